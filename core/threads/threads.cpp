@@ -1,0 +1,48 @@
+#include "core/threads/threads.hpp"
+
+#include "vrn/service.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <pthread.h>
+
+namespace {
+
+// 0: no number set by the program; the environment or OpenMP decides.
+std::atomic<int> chosen{0};
+std::atomic<bool> forked{false};
+
+// VRN_NUM_THREADS, read once; 0 when unset or not a positive number.
+int from_environment()
+{
+    static const int n = [] {
+        const char* text = std::getenv("VRN_NUM_THREADS");
+        if (text == nullptr) return 0;
+        char* end = nullptr;
+        const long value = std::strtol(text, &end, 10);
+        return *text != '\0' && *end == '\0' && value > 0 && value <= 1 << 16 ? static_cast<int>(value) : 0;
+    }();
+    return n;
+}
+
+[[gnu::constructor]] void watch_forks()
+{
+    pthread_atfork(nullptr, nullptr, [] { forked.store(true, std::memory_order_relaxed); });
+}
+
+} // namespace
+
+namespace vrn::threads {
+
+int available() noexcept
+{
+    if (forked.load(std::memory_order_relaxed) || omp_in_parallel()) return 1;
+    if (const int n = chosen.load(std::memory_order_relaxed); n > 0) return n;
+    if (const int n = from_environment(); n > 0) return n;
+    return omp_get_max_threads();
+}
+
+} // namespace vrn::threads
+
+extern "C" void vrn_set_num_threads(int count) { chosen.store(count < 1 ? 0 : count, std::memory_order_relaxed); }
+extern "C" int vrn_get_max_threads(void) { return vrn::threads::available(); }

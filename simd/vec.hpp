@@ -1,0 +1,49 @@
+// simd/vec.hpp - the 16-byte vector: the one door to the instruction set.
+//
+// vec<double> holds 2 lanes, vec<float> 4, lane 0 lowest in memory. Only what kernels use stands here; each
+// function is one or two instructions, and the name says which. Nothing reassociates or contracts.
+#pragma once
+
+#include <cstdint>
+#include <nmmintrin.h>
+
+namespace vrn::simd {
+
+template <class T>
+struct vec;
+
+template <>
+struct vec<double> {
+    using scalar = double;
+    static constexpr int lanes = 2;
+    __m128d v;
+
+    static vec zero() { return {_mm_setzero_pd()}; }
+    static vec all(double x) { return {_mm_set1_pd(x)}; }
+    static vec load(const double* p) { return {_mm_load_pd(p)}; }
+    static vec loadu(const double* p) { return {_mm_loadu_pd(p)}; }
+    void store(double* p) const { _mm_store_pd(p, v); }
+    void storeu(double* p) const { _mm_storeu_pd(p, v); }
+    friend vec operator+(vec a, vec b) { return {_mm_add_pd(a.v, b.v)}; }
+    friend vec operator-(vec a, vec b) { return {_mm_sub_pd(a.v, b.v)}; }
+    friend vec operator*(vec a, vec b) { return {_mm_mul_pd(a.v, b.v)}; }
+};
+
+template <>
+struct vec<float> {
+    using scalar = float;
+    static constexpr int lanes = 4;
+    __m128 v;
+
+    static vec zero() { return {_mm_setzero_ps()}; }
+    static vec all(float x) { return {_mm_set1_ps(x)}; }
+    static vec load(const float* p) { return {_mm_load_ps(p)}; }
+    static vec loadu(const float* p) { return {_mm_loadu_ps(p)}; }
+    void store(float* p) const { _mm_store_ps(p, v); }
+    void storeu(float* p) const { _mm_storeu_ps(p, v); }
+    friend vec operator+(vec a, vec b) { return {_mm_add_ps(a.v, b.v)}; }
+    friend vec operator-(vec a, vec b) { return {_mm_sub_ps(a.v, b.v)}; }
+    friend vec operator*(vec a, vec b) { return {_mm_mul_ps(a.v, b.v)}; }
+};
+
+} // namespace vrn::simd
