@@ -1,0 +1,97 @@
+// bench/blas/gemm_bench.cpp - sgemm and dgemm through the public entries beside the peers.
+// Rows: type, operation letters, m x n x k; small sizes first. --benchmark_filter takes a part of the table.
+
+#include "bench/support/contest.hpp"
+#include "bench/support/peers.hpp"
+
+#include "vrn/blas.h"
+#include "vrn/service.h"
+
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace vrn::bench;
+
+struct shape {
+    std::int64_t m, n, k;
+};
+
+template <class T>
+using ours_gemm = void(const char*, const char*, const std::int64_t*, const std::int64_t*, const std::int64_t*,
+                       const T*, const T*, const std::int64_t*, const T*, const std::int64_t*, const T*, T*,
+                       const std::int64_t*);
+template <class T>
+using fortran_gemm = void(const char*, const char*, const int*, const int*, const int*, const T*, const T*,
+                          const int*, const T*, const int*, const T*, T*, const int*);
+
+template <class T>
+void gemm_row(benchmark::State& state, shape s, std::string op, T beta, ours_gemm<T>* ours, const char* symbol)
+{
+    const char ta = op[0], tb = op[1];
+    const std::int64_t lda = ta == 'N' ? s.m : s.k, ldb = tb == 'N' ? s.k : s.n, ldc = s.m;
+    const int m = static_cast<int>(s.m), n = static_cast<int>(s.n), k = static_cast<int>(s.k);
+    const int lda32 = static_cast<int>(lda), ldb32 = static_cast<int>(ldb), ldc32 = static_cast<int>(ldc);
+    std::mt19937_64 random(1);
+    std::uniform_real_distribution<T> in(-1, 1);
+    std::vector<T> a(static_cast<std::size_t>(s.m * s.k)), b(static_cast<std::size_t>(s.k * s.n));
+    std::vector<T> c(static_cast<std::size_t>(s.m * s.n));
+    for (T& x : a) x = in(random);
+    for (T& x : b) x = in(random);
+    const T alpha = 1;
+
+    contest race;
+    race.work = 2.0 * static_cast<double>(s.m) * static_cast<double>(s.n) * static_cast<double>(s.k);
+    race.all.push_back({"vrn", true, [&](long calls) {
+                            while (calls-- > 0)
+                                ours(&ta, &tb, &s.m, &s.n, &s.k, &alpha, a.data(), &lda, b.data(), &ldb, &beta,
+                                     c.data(), &ldc);
+                        }});
+    for (const peer& p : peers())
+        if (auto* f = p.find<fortran_gemm<T>>(symbol))
+            race.all.push_back({p.name, p.sse, [&, f](long calls) {
+                                    while (calls-- > 0)
+                                        f(&ta, &tb, &m, &n, &k, &alpha, a.data(), &lda32, b.data(), &ldb32, &beta,
+                                          c.data(), &ldc32);
+                                }});
+    race.peak = {"peak", true, sse_peak<T>};
+    race.peak_work = sse_peak_flop<T>();
+    hold(state, race);
+}
+
+template <class T>
+void add_row(const char* name, shape s, const std::string& op, T beta, ours_gemm<T>* ours, const char* symbol)
+{
+    const std::string row = std::string(name) + '/' + op + "/beta" + std::to_string(static_cast<int>(beta)) + '/' +
+                            std::to_string(s.m) + 'x' + std::to_string(s.n) + 'x' + std::to_string(s.k);
+    benchmark::RegisterBenchmark(row.c_str(), gemm_row<T>, s, op, beta, ours, symbol)
+        ->Iterations(1)
+        ->UseManualTime()
+        ->Unit(benchmark::kMicrosecond);
+}
+
+template <class T>
+void add_type(const char* name, ours_gemm<T>* ours, const char* symbol)
+{
+    for (std::int64_t n : {4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 15, 16, 17, 19, 20, 23, 24, 27, 31, 32, 33, 40, 47, 48, 50,
+                           63, 64, 65, 80, 96, 100, 127, 128, 129, 160, 192, 200, 255, 256, 257, 300, 384, 500, 512,
+                           513, 640, 768, 1000, 1024, 1500, 2000})
+        add_row<T>(name, {n, n, n}, "NN", T{0}, ours, symbol);
+    for (shape s : {shape{1000, 1000, 8}, {2000, 4, 2000}, {4, 2000, 2000}, {100, 100, 1000}, {1000, 8, 100}})
+        add_row<T>(name, s, "NN", T{0}, ours, symbol);
+    for (const char* op : {"NT", "TN", "TT"})
+        for (std::int64_t n : {8, 32, 100, 512}) add_row<T>(name, {n, n, n}, op, T{0}, ours, symbol);
+    for (std::int64_t n : {4, 8, 32, 100, 512}) add_row<T>(name, {n, n, n}, "NN", T{1}, ours, symbol);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    vrn_set_num_threads(1);
+    add_type<double>("dgemm", vrn_blas_dgemm, "dgemm_");
+    add_type<float>("sgemm", vrn_blas_sgemm, "sgemm_");
+    return vrn::bench::main_with_head(argc, argv);
+}
