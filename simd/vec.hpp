@@ -24,6 +24,9 @@ struct vec<double> {
     static vec loadu(const double* p) { return {_mm_loadu_pd(p)}; }
     void store(double* p) const { _mm_store_pd(p, v); }
     void storeu(double* p) const { _mm_storeu_pd(p, v); }
+    // The lowest lane alone; the others are zero.
+    static vec load1(const double* p) { return {_mm_load_sd(p)}; }
+    void store1(double* p) const { _mm_store_sd(p, v); }
     friend vec operator+(vec a, vec b) { return {_mm_add_pd(a.v, b.v)}; }
     friend vec operator-(vec a, vec b) { return {_mm_sub_pd(a.v, b.v)}; }
     friend vec operator*(vec a, vec b) { return {_mm_mul_pd(a.v, b.v)}; }
@@ -41,6 +44,11 @@ struct vec<float> {
     static vec loadu(const float* p) { return {_mm_loadu_ps(p)}; }
     void store(float* p) const { _mm_store_ps(p, v); }
     void storeu(float* p) const { _mm_storeu_ps(p, v); }
+    // The lowest one or two lanes; the others are zero.
+    static vec load1(const float* p) { return {_mm_load_ss(p)}; }
+    void store1(float* p) const { _mm_store_ss(p, v); }
+    static vec load2(const float* p) { return {_mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)))}; }
+    void store2(float* p) const { _mm_storel_pi(reinterpret_cast<__m64*>(p), v); }
     friend vec operator+(vec a, vec b) { return {_mm_add_ps(a.v, b.v)}; }
     friend vec operator-(vec a, vec b) { return {_mm_sub_ps(a.v, b.v)}; }
     friend vec operator*(vec a, vec b) { return {_mm_mul_ps(a.v, b.v)}; }

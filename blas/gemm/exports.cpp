@@ -1,0 +1,102 @@
+// blas/gemm/exports.cpp - the entries of the real matrix products, and of the products of depth 1.
+
+#include "blas/gemm/driver.hpp"
+#include "blas/gemm/functions.hpp"
+#include "blas/gemm/ger.hpp"
+#include "blas/gemm/small.hpp"
+#include "frame/export.hpp"
+
+using namespace vrn::blas;
+
+namespace {
+
+// Anything that is not N is transposed.
+bool is_normal(const char* trans) { return (*trans & ~0x20) == 'N'; }
+
+template <class T>
+struct published {
+    const char *transa, *transb;
+    const vrn_int *m, *n, *k;
+    const T *alpha, *a;
+    const vrn_int* lda;
+    const T* b;
+    const vrn_int* ldb;
+    const T* beta;
+    T* c;
+    const vrn_int* ldc;
+};
+
+template <class T>
+vrn_int run(std::int32_t mode, const published<T>& p, T beta, gemm_desc* desc)
+{
+    return driver::gemm<T>(mode, {p.transa, p.transb, is_normal(p.transa), is_normal(p.transb), *p.m, *p.n, *p.k,
+                                  *p.alpha, p.a, *p.lda, p.b, *p.ldb, beta, p.c, *p.ldc, desc});
+}
+
+// The entry of one thread: tiny products that only add go to the unrolled kernels; everything else scales C once
+// and accumulates.
+template <class T>
+void gemm(const published<T>& p, void (*get_optimal_kernel)(gemm_desc*), void (*zero_desc)(gemm_desc*))
+{
+    const vrn_int m = *p.m, n = *p.n, k = *p.k;
+    if (m <= 0 || n <= 0) return;
+    constexpr vrn_int largest = small::largest;
+    if (m <= largest && n <= largest && k >= 1 && k <= largest && *p.beta == T{1})
+        return small::gemm<T>(k, {p.transa, p.transb, m, n, *p.alpha, p.a, *p.lda, p.b, *p.ldb, *p.beta, p.c, *p.ldc});
+    gemm_desc desc;
+    desc.w_factor = 0;
+    zero_desc(&desc);
+    get_optimal_kernel(&desc);
+    if (*p.beta != T{1}) mscale(m, n, *p.beta, p.c, *p.ldc);
+    if (*p.alpha == T{}) return;
+    const T one{1};
+    if (m >= desc.m_unroll && n >= desc.n_unroll && k >= desc.k_unroll) {
+        desc.get_blks_size(&m, &n, &k, &desc);
+        run(driver::default_mode, p, one, &desc);
+    } else {
+        unpacked::gemm<T>({is_normal(p.transa), is_normal(p.transb), m, n, k, *p.alpha, p.a, *p.lda, p.b, *p.ldb, one,
+                           p.c, *p.ldc});
+    }
+}
+
+} // namespace
+
+extern "C" {
+[[gnu::visibility("default")]] void vrn_blas_s42_dgemm_zero_desc(gemm_desc*);
+[[gnu::visibility("default")]] void vrn_blas_s42_sgemm_get_optimal_kernel(gemm_desc*);
+[[gnu::visibility("default")]] void vrn_blas_s42_dgemm_get_optimal_kernel(gemm_desc*);
+}
+
+#define PUBLISHED(T)                                                                                               \
+    const char *transa, const char *transb, const vrn_int *m, const vrn_int *n, const vrn_int *k, const T *alpha,  \
+        const T *a, const vrn_int *lda, const T *b, const vrn_int *ldb, const T *beta, T *c, const vrn_int *ldc
+
+#define GEMM(name, T, get_optimal_kernel)                                                                          \
+    VRN_EXPORT void name(PUBLISHED(T))                                                                             \
+    {                                                                                                              \
+        gemm<T>({transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc}, get_optimal_kernel,                \
+                vrn_blas_s42_dgemm_zero_desc);                                                                     \
+    }
+GEMM(vrn_blas_s42_xsgemm, float, vrn_blas_s42_sgemm_get_optimal_kernel)
+GEMM(vrn_blas_s42_xdgemm, double, vrn_blas_s42_dgemm_get_optimal_kernel)
+
+#define GEMM_PAR(name, T)                                                                                          \
+    VRN_EXPORT vrn_int name(PUBLISHED(T), std::int32_t mode, gemm_desc* desc)                                      \
+    {                                                                                                              \
+        return run<T>(mode, {transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc}, *beta, desc);          \
+    }
+GEMM_PAR(vrn_blas_s42_xsgemm_par, float)
+GEMM_PAR(vrn_blas_s42_xdgemm_par, double)
+
+#define GEMMGER(name, R, Parts)                                                                                    \
+    VRN_EXPORT void name(const void*, const void*, const vrn_int* m, const vrn_int* n,                             \
+                         const number<R, Parts>* alpha, const number<R, Parts>* x, const vrn_int* incx,            \
+                         const number<R, Parts>* y, const vrn_int* incy, const number<R, Parts>* beta,             \
+                         number<R, Parts>* c, const vrn_int* ldc)                                                  \
+    {                                                                                                              \
+        gemmger<R, Parts>(*m, *n, *alpha, x, *incx, y, *incy, *beta, c, *ldc);                                     \
+    }
+GEMMGER(vrn_blas_s42_xsgemmger, float, 1)
+GEMMGER(vrn_blas_s42_xdgemmger, double, 1)
+GEMMGER(vrn_blas_s42_xcgemmger, float, 2)
+GEMMGER(vrn_blas_s42_xzgemmger, double, 2)

@@ -1,0 +1,216 @@
+// blas/gemm/small.hpp - C := alpha op(A) op(B) + beta C for m, n and k up to 10, one kernel a depth.
+//
+// Depth is unrolled in full. With A as stored, rows are lanes and four columns of C go together; where rows of
+// op(A) and columns of op(B) both lie along the depth, the dot-product instruction sums them; with both
+// transposed, op(A) is turned into a square on the stack first.
+#pragma once
+
+#include "blas/gemm/mscale.hpp"
+#include "blas/gemm/tables.hpp"
+#include "frame/services.hpp"
+#include "simd/unroll.hpp"
+#include "simd/vec.hpp"
+
+#include <cstdint>
+
+namespace vrn::blas::small {
+
+using vrn_int = std::int64_t;
+using simd::unroll;
+using simd::vec;
+
+inline constexpr int largest = 10; // of m, n and k
+
+// Rows [0, Rows) of a column as vectors; the last one may be partial (Rows below the lanes, or 2 of 4).
+template <class T, int Rows>
+struct rows {
+    using V = vec<T>;
+    static constexpr int count = (Rows + V::lanes - 1) / V::lanes;
+    static constexpr bool whole = Rows % V::lanes == 0;
+
+    static V load(const T* p)
+    {
+        if constexpr (whole)
+            return V::loadu(p);
+        else if constexpr (Rows == 1)
+            return V::load1(p);
+        else
+            return V::load2(p);
+    }
+    static void store(T* p, V x)
+    {
+        if constexpr (whole)
+            x.storeu(p);
+        else if constexpr (Rows == 1)
+            x.store1(p);
+        else
+            x.store2(p);
+    }
+};
+
+// Rows x Columns of C. b(kk, j) is b[kk*brow + j*bcol].
+template <int K, int Rows, int Columns, class T>
+[[gnu::always_inline]] inline void lanes_tile(const T* a, vrn_int lda, const T* b, vrn_int brow, vrn_int bcol,
+                                              T alpha, T* c, vrn_int ldc)
+{
+    using R = rows<T, Rows>;
+    using V = vec<T>;
+    V acc[Columns][R::count];
+    unroll<K>([&](auto kk) {
+        V x[R::count];
+        unroll<R::count>([&](auto r) { x[r] = R::load(a + kk * lda + r * V::lanes); });
+        unroll<Columns>([&](auto j) {
+            const V y = V::all(b[kk * brow + j * bcol]);
+            unroll<R::count>([&](auto r) {
+                if constexpr (kk == 0)
+                    acc[j][r] = x[r] * y;
+                else
+                    acc[j][r] = acc[j][r] + x[r] * y;
+            });
+        });
+    });
+    const V f = V::all(alpha);
+    unroll<Columns>([&](auto j) {
+        unroll<R::count>([&](auto r) {
+            T* p = c + j * ldc + r * V::lanes;
+            R::store(p, R::load(p) + acc[j][r] * f);
+        });
+    });
+}
+
+template <int K, int Columns, class T>
+void lanes_columns(vrn_int m, const T* a, vrn_int lda, const T* b, vrn_int brow, vrn_int bcol, T alpha, T* c,
+                   vrn_int ldc)
+{
+    constexpr int l = vec<T>::lanes;
+    vrn_int i = 0;
+    const auto step = [&]<int Rows>() {
+        lanes_tile<K, Rows, Columns>(a + i, lda, b, brow, bcol, alpha, c + i, ldc);
+        i += Rows;
+    };
+    while (i + 2 * l <= m) step.template operator()<2 * l>();
+    if (i + l <= m) step.template operator()<l>();
+    if constexpr (l == 4)
+        if (i + 2 <= m) step.template operator()<2>();
+    if (i < m) step.template operator()<1>();
+}
+
+// A as stored.
+template <int K, class T>
+void lanes(vrn_int m, vrn_int n, const T* a, vrn_int lda, const T* b, vrn_int brow, vrn_int bcol, T alpha, T* c,
+           vrn_int ldc)
+{
+    for (; n >= 4; n -= 4, b += 4 * bcol, c += 4 * ldc)
+        lanes_columns<K, 4>(m, a, lda, b, brow, bcol, alpha, c, ldc);
+    if (n >= 2) {
+        lanes_columns<K, 2>(m, a, lda, b, brow, bcol, alpha, c, ldc);
+        n -= 2, b += 2 * bcol, c += 2 * ldc;
+    }
+    if (n == 1) lanes_columns<K, 1>(m, a, lda, b, brow, bcol, alpha, c, ldc);
+}
+
+// The dot products of up to `lanes` rows of op(A) with one column of op(B), row r in lane r.
+template <int K, int Rows>
+inline vec<double> dots(const double* a, vrn_int lda, const double* b)
+{
+    __m128d sum = _mm_setzero_pd();
+    unroll<(K + 1) / 2>([&](auto g) {
+        constexpr bool odd = 2 * g + 1 == K;
+        const auto part = [](const double* p) { return odd ? _mm_load_sd(p) : _mm_loadu_pd(p); };
+        const __m128d y = part(b + 2 * g);
+        sum = _mm_add_pd(sum, _mm_dp_pd(part(a + 2 * g), y, 0x31));
+        if constexpr (Rows == 2) sum = _mm_add_pd(sum, _mm_dp_pd(part(a + lda + 2 * g), y, 0x32));
+    });
+    return {sum};
+}
+
+template <int K, int Rows>
+inline vec<float> dots(const float* a, vrn_int lda, const float* b)
+{
+    __m128 sum = _mm_setzero_ps();
+    unroll<(K + 3) / 4>([&](auto g) {
+        constexpr int left = K - 4 * g;
+        const auto part = [](const float* p) {
+            if constexpr (left >= 4) return _mm_loadu_ps(p);
+            if constexpr (left == 1) return _mm_load_ss(p);
+            const __m128 low = _mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)));
+            if constexpr (left == 3) return _mm_insert_ps(low, _mm_load_ss(p + 2), 0x20);
+            return low;
+        };
+        const __m128 y = part(b + 4 * g);
+        unroll<Rows>([&](auto r) {
+            sum = _mm_add_ps(sum, _mm_dp_ps(part(a + r * lda + 4 * g), y, 0xf0 | (1 << r)));
+        });
+    });
+    return {sum};
+}
+
+// Rows of op(A) and columns of op(B) both lie along the depth.
+template <int K, class T>
+void along_depth(vrn_int m, vrn_int n, const T* a, vrn_int lda, const T* b, vrn_int ldb, T alpha, T* c,
+                 vrn_int ldc)
+{
+    constexpr int l = vec<T>::lanes;
+    const vec<T> f = vec<T>::all(alpha);
+    for (vrn_int j = 0; j < n; ++j, b += ldb, c += ldc) {
+        vrn_int i = 0;
+        const auto step = [&]<int Rows>() {
+            using R = rows<T, Rows>;
+            R::store(c + i, R::load(c + i) + dots<K, Rows>(a + i * lda, lda, b) * f);
+            i += Rows;
+        };
+        while (i + l <= m) step.template operator()<l>();
+        if constexpr (l == 4)
+            if (i + 2 <= m) step.template operator()<2>();
+        if (i < m) step.template operator()<1>();
+    }
+}
+
+template <class T>
+struct operands {
+    const char *transa, *transb;
+    vrn_int m, n;
+    T alpha;
+    const T* a;
+    vrn_int lda;
+    const T* b;
+    vrn_int ldb;
+    T beta;
+    T* c;
+    vrn_int ldc;
+};
+
+template <int K, class T>
+void multiply(const operands<T>& o)
+{
+    const bool a_normal = vrn_serv_lsame(o.transa, "N", 1, 1) != 0;
+    const bool b_normal = vrn_serv_lsame(o.transb, "N", 1, 1) != 0;
+    if (o.m == 0 || o.n == 0) return;
+    if (o.beta != T{1}) mscale(o.m, o.n, o.beta, o.c, o.ldc);
+    if (o.alpha == T{}) return;
+    const vrn_int brow = b_normal ? 1 : o.ldb, bcol = b_normal ? o.ldb : 1;
+    if (a_normal) {
+        lanes<K>(o.m, o.n, o.a, o.lda, o.b, brow, bcol, o.alpha, o.c, o.ldc);
+    } else if (b_normal) {
+        along_depth<K>(o.m, o.n, o.a, o.lda, o.b, o.ldb, o.alpha, o.c, o.ldc);
+    } else {
+        T turned[K * largest];
+        for (vrn_int i = 0; i < o.m; ++i)
+            for (int kk = 0; kk < K; ++kk) turned[kk * largest + i] = o.a[kk + i * o.lda];
+        lanes<K>(o.m, o.n, turned, largest, o.b, brow, bcol, o.alpha, o.c, o.ldc);
+    }
+}
+
+// k from 1 to 10; anything else is refused by returning.
+template <class T>
+void gemm(vrn_int k, const operands<T>& o)
+{
+    using kernel = void(const operands<T>&);
+    static constexpr kernel* kernels[] = {multiply<1, T>, multiply<2, T>, multiply<3, T>, multiply<4, T>,
+                                          multiply<5, T>, multiply<6, T>, multiply<7, T>, multiply<8, T>,
+                                          multiply<9, T>, multiply<10, T>};
+    if (k < 1 || k > largest) return;
+    kernels[k - 1](o);
+}
+
+} // namespace vrn::blas::small

@@ -1,0 +1,164 @@
+// blas/gemm/unpacked.hpp - C := alpha op(A) op(B) + beta C with no buffer.
+//
+// For products too small or too thin to pack, and for when memory runs out. The depth goes in two passes, the
+// multiple of 4 and then the 0 to 3 left over; the first applies beta. Columns of C in pairs and the odd one;
+// rows, where they lie contiguous, in blocks of 8, then 2, then 1.
+#pragma once
+
+#include "simd/unroll.hpp"
+#include "simd/vec.hpp"
+
+#include <cstdint>
+
+namespace vrn::blas::unpacked {
+
+using vrn_int = std::int64_t;
+using simd::unroll;
+using simd::vec;
+
+template <class T>
+struct operands {
+    bool a_normal, b_normal;
+    vrn_int m, n, k;
+    T alpha;
+    const T* a;
+    vrn_int lda;
+    const T* b;
+    vrn_int ldb;
+    T beta;
+    T* c;
+    vrn_int ldc;
+};
+
+// How a pass treats C.
+enum class update { store, add, scale };
+
+template <update U, class X>
+inline X updated(X old, X sum, X beta)
+{
+    if constexpr (U == update::store) return sum;
+    if constexpr (U == update::add) return old + sum;
+    return beta * old + sum;
+}
+
+template <update U, class T>
+inline void put(T* c, vec<T> sum, T beta)
+{
+    if constexpr (U == update::store)
+        sum.storeu(c);
+    else
+        updated<U>(vec<T>::loadu(c), sum, vec<T>::all(beta)).storeu(c);
+}
+
+template <update U, class T>
+inline void put(T* c, T sum, T beta)
+{
+    *c = updated<U>(U == update::store ? T{} : *c, sum, beta);
+}
+
+// One pass over `depth`, with A as stored: rows are lanes. Rows x Columns of C at a time.
+template <update U, int Rows, int Columns, class T>
+inline void rows_tile(vrn_int depth, T alpha, const T* a, vrn_int lda, const T* b, vrn_int brow, vrn_int bcol,
+                      T beta, T* c, vrn_int ldc)
+{
+    if constexpr (Rows % vec<T>::lanes == 0) {
+        using V = vec<T>;
+        constexpr int count = Rows / V::lanes;
+        V acc[Columns][count];
+        unroll<Columns>([&](auto j) { unroll<count>([&](auto r) { acc[j][r] = V::zero(); }); });
+        for (vrn_int kk = 0; kk < depth; ++kk, a += lda, b += brow)
+            unroll<Columns>([&](auto j) {
+                const V y = V::all(b[j * bcol]);
+                unroll<count>([&](auto r) { acc[j][r] = acc[j][r] + V::loadu(a + r * V::lanes) * y; });
+            });
+        const V f = V::all(alpha);
+        unroll<Columns>([&](auto j) {
+            unroll<count>([&](auto r) { put<U>(c + j * ldc + r * V::lanes, acc[j][r] * f, beta); });
+        });
+    } else {
+        T acc[Columns][Rows] = {};
+        for (vrn_int kk = 0; kk < depth; ++kk, a += lda, b += brow)
+            unroll<Columns>([&](auto j) { unroll<Rows>([&](auto r) { acc[j][r] += a[r] * b[j * bcol]; }); });
+        unroll<Columns>([&](auto j) {
+            unroll<Rows>([&](auto r) { put<U>(c + j * ldc + r, acc[j][r] * alpha, beta); });
+        });
+    }
+}
+
+template <class T>
+inline T lane_sum(vec<T> x)
+{
+    alignas(16) T lane[vec<T>::lanes];
+    x.store(lane);
+    if constexpr (vec<T>::lanes == 2) return lane[0] + lane[1];
+    return (lane[0] + lane[1]) + (lane[2] + lane[3]);
+}
+
+// The same with A transposed: rows of op(A) lie along the depth, which is taken by lanes where the columns of
+// op(B) do so too.
+template <update U, int Columns, class T>
+inline void depth_tile(vrn_int depth, T alpha, const T* a, const T* b, vrn_int brow, vrn_int bcol, T beta, T* c,
+                       vrn_int ldc)
+{
+    using V = vec<T>;
+    T sum[Columns] = {};
+    vrn_int kk = 0;
+    if (brow == 1 && depth >= 4) {
+        // Two sums an element: their lanes and the pair of columns keep the adder busy.
+        V even[Columns], odd[Columns];
+        unroll<Columns>([&](auto j) { even[j] = odd[j] = V::zero(); });
+        for (; kk + 2 * V::lanes <= depth; kk += 2 * V::lanes)
+            unroll<Columns>([&](auto j) {
+                even[j] = even[j] + V::loadu(a + kk) * V::loadu(b + kk + j * bcol);
+                odd[j] = odd[j] + V::loadu(a + kk + V::lanes) * V::loadu(b + kk + V::lanes + j * bcol);
+            });
+        for (; kk + V::lanes <= depth; kk += V::lanes)
+            unroll<Columns>([&](auto j) { even[j] = even[j] + V::loadu(a + kk) * V::loadu(b + kk + j * bcol); });
+        unroll<Columns>([&](auto j) { sum[j] = lane_sum(even[j] + odd[j]); });
+    }
+    for (; kk < depth; ++kk) unroll<Columns>([&](auto j) { sum[j] += a[kk] * b[kk * brow + j * bcol]; });
+    unroll<Columns>([&](auto j) { put<U>(c + j * ldc, sum[j] * alpha, beta); });
+}
+
+template <update U, int Columns, class T>
+void columns(const operands<T>& o, vrn_int k0, vrn_int depth, vrn_int j)
+{
+    const vrn_int brow = o.b_normal ? 1 : o.ldb, bcol = o.b_normal ? o.ldb : 1;
+    const T* b = o.b + k0 * brow + j * bcol;
+    T* c = o.c + j * o.ldc;
+    if (o.a_normal) {
+        const T* a = o.a + k0 * o.lda;
+        vrn_int i = 0;
+        for (; i + 8 <= o.m; i += 8)
+            rows_tile<U, 8, Columns>(depth, o.alpha, a + i, o.lda, b, brow, bcol, o.beta, c + i, o.ldc);
+        for (; i + 2 <= o.m; i += 2)
+            rows_tile<U, 2, Columns>(depth, o.alpha, a + i, o.lda, b, brow, bcol, o.beta, c + i, o.ldc);
+        if (i < o.m)
+            rows_tile<U, 1, Columns>(depth, o.alpha, a + i, o.lda, b, brow, bcol, o.beta, c + i, o.ldc);
+    } else {
+        for (vrn_int i = 0; i < o.m; ++i)
+            depth_tile<U, Columns>(depth, o.alpha, o.a + i * o.lda + k0, b, brow, bcol, o.beta, c + i, o.ldc);
+    }
+}
+
+template <update U, class T>
+void pass(const operands<T>& o, vrn_int k0, vrn_int depth)
+{
+    const vrn_int even = o.n & ~vrn_int{1};
+    for (vrn_int j = 0; j < even; j += 2) columns<U, 2>(o, k0, depth, j);
+    if (even < o.n) columns<U, 1>(o, k0, depth, even);
+}
+
+template <class T>
+void gemm(const operands<T>& o)
+{
+    const vrn_int k4 = o.k & ~vrn_int{3};
+    const auto first = o.beta == T{} ? pass<update::store, T> : o.beta == T{1} ? pass<update::add, T>
+                                                                               : pass<update::scale, T>;
+    // With no multiple of 4 the pass over the rest is the first.
+    if (k4 == 0) return first(o, 0, o.k);
+    first(o, 0, k4);
+    if (k4 < o.k) pass<update::add>(o, k4, o.k - k4);
+}
+
+} // namespace vrn::blas::unpacked
