@@ -165,7 +165,9 @@ int main_with_head(int argc, char** argv)
     char text[64];
     benchmark::AddCustomContext("processor", processor());
     benchmark::AddCustomContext("compiler", __VERSION__);
-    for (const auto& p : peers()) benchmark::AddCustomContext("peer", p.name);
+    std::string names;
+    for (const auto& p : peers()) names += (names.empty() ? "" : ", ") + p.name;
+    benchmark::AddCustomContext("peers", names);
     std::snprintf(text, sizeof text, "%.1f double, %.1f single", peak_rate<double>(), peak_rate<float>());
     benchmark::AddCustomContext("SSE peak, GFLOP/s", text);
     std::snprintf(text, sizeof text, "%.0f L1, %.0f L2, %.0f memory", read_rate(1 << 14, 20000),
