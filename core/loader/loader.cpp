@@ -10,6 +10,7 @@
 #include "vrn/service.h"
 
 #include <climits>
+#include <cstdarg>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -35,11 +36,13 @@ struct result {
     char why[PATH_MAX + 256] = "";
 };
 
-template <class... Args>
-void fail(result& r, outcome code, const char* format, Args... args)
+[[gnu::format(printf, 3, 4)]] void fail(result& r, outcome code, const char* format, ...)
 {
     r.code = code;
-    std::snprintf(r.why, sizeof r.why, format, args...);
+    std::va_list arguments;
+    va_start(arguments, format);
+    std::vsnprintf(r.why, sizeof r.why, format, arguments);
+    va_end(arguments);
 }
 
 // Where this library was loaded from. Asked when it is loaded: a relative path means something only until the
