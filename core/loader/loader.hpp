@@ -19,6 +19,7 @@ namespace vrn::loader {
 template <class Signature>
 using slot = std::atomic<Signature*>;
 
+// The numbers are those of vrn_load.
 enum class outcome { ok, no_sse42, no_library, wrong_tier, missing_name };
 
 // Loads and resolves once; later calls return the first outcome. Safe from several threads. `why` receives a

@@ -1,7 +1,10 @@
+// core/threads/threads.cpp - how many threads: the program's number, else VRN_NUM_THREADS, else OpenMP's.
+
 #include "core/threads/threads.hpp"
 
 #include "vrn/service.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <pthread.h>
@@ -12,6 +15,8 @@ namespace {
 std::atomic<int> chosen{0};
 std::atomic<bool> forked{false};
 
+int within_limits(long count) { return static_cast<int>(std::clamp<long>(count, 0, vrn::threads::most)); }
+
 // VRN_NUM_THREADS, read once; 0 when unset or not a positive number.
 int from_environment()
 {
@@ -20,7 +25,7 @@ int from_environment()
         if (text == nullptr) return 0;
         char* end = nullptr;
         const long value = std::strtol(text, &end, 10);
-        return *text != '\0' && *end == '\0' && value > 0 && value <= 1 << 16 ? static_cast<int>(value) : 0;
+        return end != text && *end == '\0' ? within_limits(value) : 0;
     }();
     return n;
 }
@@ -34,9 +39,11 @@ int from_environment()
 
 namespace vrn::threads {
 
+bool single() noexcept { return forked.load(std::memory_order_relaxed) || omp_in_parallel(); }
+
 int available() noexcept
 {
-    if (forked.load(std::memory_order_relaxed) || omp_in_parallel()) return 1;
+    if (single()) return 1;
     if (const int n = chosen.load(std::memory_order_relaxed); n > 0) return n;
     if (const int n = from_environment(); n > 0) return n;
     return omp_get_max_threads();
@@ -44,5 +51,5 @@ int available() noexcept
 
 } // namespace vrn::threads
 
-extern "C" void vrn_set_num_threads(int count) { chosen.store(count < 1 ? 0 : count, std::memory_order_relaxed); }
+extern "C" void vrn_set_num_threads(int count) { chosen.store(within_limits(count), std::memory_order_relaxed); }
 extern "C" int vrn_get_max_threads(void) { return vrn::threads::available(); }
