@@ -6,7 +6,8 @@
 
 namespace vrn::simd {
 
-// body(i) for i = 0 .. N-1, each i a compile-time constant.
+// body(i) for i = 0 .. N-1, each i a compile-time constant. The function that holds the loop is marked
+// [[gnu::flatten]] where the bodies are large, or g++ keeps them as calls.
 template <int N, class Body>
 [[gnu::always_inline]] inline void unroll(Body&& body)
 {

@@ -44,11 +44,17 @@ struct vec<float> {
     static vec loadu(const float* p) { return {_mm_loadu_ps(p)}; }
     void store(float* p) const { _mm_store_ps(p, v); }
     void storeu(float* p) const { _mm_storeu_ps(p, v); }
-    // The lowest one or two lanes; the others are zero.
+    // The lowest one, two or three lanes; the others are zero.
     static vec load1(const float* p) { return {_mm_load_ss(p)}; }
     void store1(float* p) const { _mm_store_ss(p, v); }
     static vec load2(const float* p) { return {_mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)))}; }
     void store2(float* p) const { _mm_storel_pi(reinterpret_cast<__m64*>(p), v); }
+    static vec load3(const float* p) { return {_mm_insert_ps(load2(p).v, _mm_load_ss(p + 2), 0x20)}; }
+    void store3(float* p) const
+    {
+        store2(p);
+        _mm_store_ss(p + 2, _mm_movehl_ps(v, v));
+    }
     friend vec operator+(vec a, vec b) { return {_mm_add_ps(a.v, b.v)}; }
     friend vec operator-(vec a, vec b) { return {_mm_sub_ps(a.v, b.v)}; }
     friend vec operator*(vec a, vec b) { return {_mm_mul_ps(a.v, b.v)}; }

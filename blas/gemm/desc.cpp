@@ -174,7 +174,7 @@ constexpr gemm_desc z_entry()
 }
 #undef FILL
 
-// The two entries of d differ in the order of a few instructions, not in any result.
+// The two entries of d differ in a few instructions of the kernel, not in any result.
 constexpr gemm_desc s_table[] = {s_entry()};
 constexpr gemm_desc d_table[] = {d_entry(0), d_entry(1)};
 constexpr gemm_desc c_table[] = {c_entry()};

@@ -8,19 +8,19 @@ extern "C" [[noreturn]] void vrn_frame_pending(const char* name);
 
 namespace vrn::blas {
 
-#define KERNEL(name, T, schedule)                                                                                  \
+#define KERNEL(name, T, form)                                                                                  \
     void name(const char*, const char* transb, const vrn_int* m, const vrn_int* n, const vrn_int* k,               \
               const void* alpha, const void* a, const vrn_int* a_panel_distance, const void* b,                    \
               const vrn_int* b_panel_distance, const void* beta, void* c, const vrn_int* ldc, void* w,             \
               std::int32_t variant)                                                                                \
     {                                                                                                              \
-        kernel<T, schedule>(transb, *m, *n, *k, *static_cast<const T*>(alpha), static_cast<const T*>(a),           \
+        kernel<T, scheme::form>(transb, *m, *n, *k, *static_cast<const T*>(alpha), static_cast<const T*>(a),           \
                             *a_panel_distance, static_cast<const T*>(b), *b_panel_distance,                        \
                             *static_cast<const T*>(beta), static_cast<T*>(c), *ldc, static_cast<T*>(w), variant);  \
     }
-KERNEL(gemm_kernel_s, float, 0)
-KERNEL(gemm_kernel_d0, double, 0)
-KERNEL(gemm_kernel_d1, double, 1)
+KERNEL(gemm_kernel_s, float, diagonal)
+KERNEL(gemm_kernel_d0, double, diagonal)
+KERNEL(gemm_kernel_d1, double, broadcast)
 
 // The complex kernels are not written yet.
 #define PENDING(name)                                                                                              \

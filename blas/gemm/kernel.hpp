@@ -7,8 +7,9 @@
 //       (a0 a1) * (b0 b1) -> (a0b0 a1b1)                 (r0 r0 r1 r1) * (b0 b1 b0 b1) -> r0b0 r0b1 r1b0 r1b1
 //       (a1 a0) * (b0 b1) -> (a1b0 a0b1)                 (r2 r2 r3 r3) * (b0 b1 b0 b1) -> r2b0 r2b1 r3b0 r3b1
 //
-// In s both halves of A and the doubled pairs of B are plain loads (movsldup, movshdup, movddup): no shuffle
-// competes with the arithmetic. Each element of C is one sum over the depth in its natural order, whatever tile
+// In s both forms of A and the doubled pairs of B are plain loads (movsldup, movshdup, movddup): no shuffle
+// competes with the arithmetic. Where a processor's shuffles share ports with its arithmetic, the second kernel
+// of d gets its two forms by loads too, as (a0 a0) and (a1 a1). Each element of C is one sum over the depth in its natural order, whatever tile
 // form computes it, so the result depends on the depth block alone. The bodies never multiply by alpha or beta:
 // alpha is in A, beta is 0 (store) or 1 (add).
 //
@@ -39,41 +40,43 @@ using vrn_int = std::int64_t;
     "mul" t " %[a1], %[" #q "]\n\t"                                                                                \
     "add" t " %[" #p "], %[" #c "]\n\t"                                                                            \
     "add" t " %[" #q "], %[" #d "]\n\t"
-// The same with the second product ahead of the first.
-#define VRN_PAIR_SWAPPED(load_b, off, t, p, q, c, d)                                                               \
-    load_b " " off "(%[b]), %[" #p "]\n\t"                                                                         \
-    "movaps %[" #p "], %[" #q "]\n\t"                                                                              \
-    "mul" t " %[a1], %[" #q "]\n\t"                                                                                \
-    "mul" t " %[a0], %[" #p "]\n\t"                                                                                \
-    "add" t " %[" #q "], %[" #d "]\n\t"                                                                            \
-    "add" t " %[" #p "], %[" #c "]\n\t"
-
-#define VRN_STEP_D(i, pair)                                                                                        \
+#define VRN_STEP_D(i)                                                                                              \
     "movapd 16*" #i "(%[a]), %[a0]\n\t"                                                                            \
     "pshufd $78, 16*" #i "(%[a]), %[a1]\n\t"                                                                       \
-    pair("movapd", "64*" #i, "pd", p0, p1, c0, c4)                                                                 \
-    pair("movapd", "64*" #i "+16", "pd", p2, p3, c1, c5)                                                           \
-    pair("movapd", "64*" #i "+32", "pd", p4, p5, c2, c6)                                                           \
-    pair("movapd", "64*" #i "+48", "pd", p0, p1, c3, c7)
+    VRN_PAIR("movapd", "64*" #i, "pd", p0, p1, c0, c4)                                                                 \
+    VRN_PAIR("movapd", "64*" #i "+16", "pd", p2, p3, c1, c5)                                                           \
+    VRN_PAIR("movapd", "64*" #i "+32", "pd", p4, p5, c2, c6)                                                           \
+    VRN_PAIR("movapd", "64*" #i "+48", "pd", p0, p1, c3, c7)
 
-#define VRN_STEP_S(i, pair)                                                                                        \
+// Broadcasts by load in the place of the diagonals: one load more and no shuffle.
+#define VRN_STEP_D_BROADCAST(i)                                                                                    \
+    "movddup 16*" #i "(%[a]), %[a0]\n\t"                                                                           \
+    "movddup 16*" #i "+8(%[a]), %[a1]\n\t"                                                                         \
+    VRN_PAIR("movapd", "64*" #i, "pd", p0, p1, c0, c4)                                                             \
+    VRN_PAIR("movapd", "64*" #i "+16", "pd", p2, p3, c1, c5)                                                       \
+    VRN_PAIR("movapd", "64*" #i "+32", "pd", p4, p5, c2, c6)                                                       \
+    VRN_PAIR("movapd", "64*" #i "+48", "pd", p0, p1, c3, c7)
+
+#define VRN_STEP_S(i)                                                                                              \
     "movsldup 16*" #i "(%[a]), %[a0]\n\t"                                                                          \
     "movshdup 16*" #i "(%[a]), %[a1]\n\t"                                                                          \
-    pair("movddup", "32*" #i, "ps", p0, p1, c0, c4)                                                                \
-    pair("movddup", "32*" #i "+8", "ps", p2, p3, c1, c5)                                                           \
-    pair("movddup", "32*" #i "+16", "ps", p4, p5, c2, c6)                                                          \
-    pair("movddup", "32*" #i "+24", "ps", p0, p1, c3, c7)
+    VRN_PAIR("movddup", "32*" #i, "ps", p0, p1, c0, c4)                                                                \
+    VRN_PAIR("movddup", "32*" #i "+8", "ps", p2, p3, c1, c5)                                                           \
+    VRN_PAIR("movddup", "32*" #i "+16", "ps", p4, p5, c2, c6)                                                          \
+    VRN_PAIR("movddup", "32*" #i "+24", "ps", p0, p1, c3, c7)
 
-// 8 steps a turn, then one block of 4 where the padded depth leaves one; a padded depth leaves nothing finer.
-#define VRN_DEPTH_LOOP(step, pair, a_turn, b_turn)                                                                 \
+// 8 steps a turn, then one block of 4 where the padded depth leaves one; a padded depth leaves nothing finer. A
+// turn uses two lines of A, which stream from the second-level cache: asking for them 2 KiB ahead is worth a
+// hundredth of the peak over the processor's own prefetch.
+#define VRN_DEPTH_LOOP(step, a_turn, b_turn)                                                                 \
     "pxor %[c0], %[c0]\n\tpxor %[c1], %[c1]\n\tpxor %[c2], %[c2]\n\tpxor %[c3], %[c3]\n\t"                         \
     "pxor %[c4], %[c4]\n\tpxor %[c5], %[c5]\n\tpxor %[c6], %[c6]\n\tpxor %[c7], %[c7]\n\t"                         \
     "sub $8, %[k]\n\t"                                                                                             \
     "jl 2f\n\t"                                                                                                    \
     ".p2align 5\n"                                                                                                 \
     "1:\n\t"                                                                                                       \
-    step(0, pair) step(1, pair) step(2, pair) step(3, pair)                                                        \
-    step(4, pair) step(5, pair) step(6, pair) step(7, pair)                                                        \
+    "prefetcht0 2048(%[a])\n\t" step(0) step(1) step(2) step(3)                                                    \
+    "prefetcht0 2048+64(%[a])\n\t" step(4) step(5) step(6) step(7)                                                 \
     "add $" #a_turn ", %[a]\n\t"                                                                                   \
     "add $" #b_turn ", %[b]\n\t"                                                                                   \
     "sub $8, %[k]\n\t"                                                                                             \
@@ -81,12 +84,12 @@ using vrn_int = std::int64_t;
     "2:\n\t"                                                                                                       \
     "test $4, %[k]\n\t"                                                                                            \
     "jz 3f\n\t"                                                                                                    \
-    step(0, pair) step(1, pair) step(2, pair) step(3, pair)                                                        \
+    step(0) step(1) step(2) step(3)                                                        \
     "3:\n\t"
 
-#define VRN_DEPTH(V, step, pair, a_turn, b_turn)                                                                   \
+#define VRN_DEPTH(V, step, a_turn, b_turn)                                                                   \
     V a0, a1, p0, p1, p2, p3, p4, p5;                                                                              \
-    asm volatile(VRN_DEPTH_LOOP(step, pair, a_turn, b_turn)                                                        \
+    asm volatile(VRN_DEPTH_LOOP(step, a_turn, b_turn)                                                        \
                  : [c0] "=&x"(c[0].v), [c1] "=&x"(c[1].v), [c2] "=&x"(c[2].v), [c3] "=&x"(c[3].v),                 \
                    [c4] "=&x"(c[4].v), [c5] "=&x"(c[5].v), [c6] "=&x"(c[6].v), [c7] "=&x"(c[7].v),                 \
                    [a0] "=&x"(a0), [a1] "=&x"(a1), [p0] "=&x"(p0), [p1] "=&x"(p1), [p2] "=&x"(p2),                 \
@@ -94,25 +97,28 @@ using vrn_int = std::int64_t;
                  :                                                                                                 \
                  : "cc", "memory")
 
-// c[j] and c[4+j] are the two forms of column pair j. `Schedule` is the order of the two products of a pair.
-template <int Schedule>
+// How a depth loop of d meets A. Both sum the same products in the same order, so the bits are the same.
+enum class scheme { diagonal, broadcast };
+
+// c[j] and c[4+j] are the two forms of column pair j.
+template <scheme S>
 inline void depth8(const double* a, const double* b, vrn_int k, simd::vec<double> (&c)[8])
 {
-    if constexpr (Schedule == 0) {
-        VRN_DEPTH(__m128d, VRN_STEP_D, VRN_PAIR, 128, 512);
+    if constexpr (S == scheme::diagonal) {
+        VRN_DEPTH(__m128d, VRN_STEP_D, 128, 512);
     } else {
-        VRN_DEPTH(__m128d, VRN_STEP_D, VRN_PAIR_SWAPPED, 128, 512);
+        VRN_DEPTH(__m128d, VRN_STEP_D_BROADCAST, 128, 512);
     }
 }
-template <int Schedule>
+template <scheme>
 inline void depth8(const float* a, const float* b, vrn_int k, simd::vec<float> (&c)[8])
 {
-    VRN_DEPTH(__m128, VRN_STEP_S, VRN_PAIR, 128, 256);
+    VRN_DEPTH(__m128, VRN_STEP_S, 128, 256);
 }
 
 #undef VRN_PAIR
-#undef VRN_PAIR_SWAPPED
 #undef VRN_STEP_D
+#undef VRN_STEP_D_BROADCAST
 #undef VRN_STEP_S
 #undef VRN_DEPTH_LOOP
 #undef VRN_DEPTH
@@ -140,11 +146,14 @@ inline simd::vec<float> b_pair(const float* b)
 }
 
 // Undoes the forms: columns j and j+1 of the tile from one pair's two accumulators.
+template <scheme S = scheme::diagonal>
 inline void columns(simd::vec<double>& x, simd::vec<double>& y)
 {
-    const __m128d c0 = _mm_shuffle_pd(x.v, y.v, 0), c1 = _mm_shuffle_pd(y.v, x.v, 3);
+    const __m128d c0 = _mm_shuffle_pd(x.v, y.v, 0);
+    const __m128d c1 = S == scheme::diagonal ? _mm_shuffle_pd(y.v, x.v, 3) : _mm_shuffle_pd(x.v, y.v, 3);
     x.v = c0, y.v = c1;
 }
+template <scheme = scheme::diagonal>
 inline void columns(simd::vec<float>& x, simd::vec<float>& y)
 {
     const __m128 c0 = _mm_shuffle_ps(x.v, y.v, 0x88), c1 = _mm_shuffle_ps(x.v, y.v, 0xdd);
@@ -164,14 +173,14 @@ inline void put(T* c, simd::vec<T> x)
 // ---- tiles ----
 
 // mr rows by 8 columns.
-template <int Schedule, bool Store, bool Aligned, class T>
+template <scheme S, bool Store, bool Aligned, class T>
 inline void tile8(vrn_int k, const T* a, const T* b, T* c, vrn_int ldc)
 {
     simd::vec<T> acc[8];
     for (int j = 0; j < 8; ++j) _mm_prefetch(reinterpret_cast<const char*>(c + j * ldc) + 16, _MM_HINT_T0);
-    depth8<Schedule>(a, b, k, acc);
+    depth8<S>(a, b, k, acc);
     for (int j = 0; j < 4; ++j) {
-        columns(acc[j], acc[j + 4]);
+        columns<S>(acc[j], acc[j + 4]);
         put<Store, Aligned>(c + 2 * j * ldc, acc[j]);
         put<Store, Aligned>(c + (2 * j + 1) * ldc, acc[j + 4]);
     }
@@ -228,7 +237,7 @@ inline void narrow_tiles(vrn_int k, const T* a, vrn_int a_distance, const T* b, 
 
 // All row tiles of one panel of the chain.
 template <int Width, bool Store, bool Aligned, class T>
-void narrow_panel(vrn_int m, vrn_int k, const T* a, vrn_int a_distance, const T* b, int valid, T* c, vrn_int ldc)
+[[gnu::flatten]] void narrow_panel(vrn_int m, vrn_int k, const T* a, vrn_int a_distance, const T* b, int valid, T* c, vrn_int ldc)
 {
     constexpr int mr = gemm_tile<T>.mr, tiles = Width == 1 ? 4 : 8 / Width;
     for (; m >= tiles * mr; m -= tiles * mr, a += tiles * a_distance, c += tiles * mr)
@@ -273,7 +282,7 @@ inline void for_each_panel(const kernel_operands<T>& o, Visit&& visit)
 }
 
 // m is a multiple of mr.
-template <int Schedule, bool RawB, bool Store, bool Aligned, class T>
+template <scheme S, bool RawB, bool Store, bool Aligned, class T>
 void body(vrn_int m, const kernel_operands<T>& o)
 {
     constexpr int mr = gemm_tile<T>.mr;
@@ -282,7 +291,7 @@ void body(vrn_int m, const kernel_operands<T>& o)
         case 8: {
             const T* a = o.a;
             for (vrn_int i = 0; i < m; i += mr, a += o.a_distance)
-                tile8<Schedule, Store, Aligned>(o.padded, a, b, c + i, o.ldc);
+                tile8<S, Store, Aligned>(o.padded, a, b, c + i, o.ldc);
             break;
         }
         case 4: narrow_panel<4, Store, Aligned>(m, o.padded, o.a, o.a_distance, b, valid, c, o.ldc); break;
@@ -314,7 +323,7 @@ void row_rest(int rows, T alpha, T beta, const kernel_operands<T>& o)
         switch (width) {
         case 8: {
             V acc[8];
-            depth8<0>(o.a, b, o.padded, acc);
+            depth8<scheme::diagonal>(o.a, b, o.padded, acc);
             for (int j = 0; j < 4; ++j) {
                 columns(acc[j], acc[j + 4]);
                 finish(acc[j], c + 2 * j * o.ldc);
@@ -331,7 +340,7 @@ void row_rest(int rows, T alpha, T beta, const kernel_operands<T>& o)
 
 // The kernel behind gemm_desc::kernel. One of eight bodies by variant, beta and the alignment of C; alignment
 // changes the instruction and not the arithmetic.
-template <class T, int Schedule>
+template <class T, scheme S>
 void kernel(const char* transb, vrn_int m, vrn_int n, vrn_int k, T alpha, const T* a, vrn_int a_distance,
             const T* b, vrn_int b_distance, T beta, T* c, vrn_int ldc, T* w, std::int32_t variant)
 {
@@ -345,10 +354,10 @@ void kernel(const char* transb, vrn_int m, vrn_int n, vrn_int k, T alpha, const 
         const bool aligned = pack::can_align(c, ldc);
         using body_function = void(vrn_int, const kernel_operands<T>&);
         static constexpr body_function* bodies[2][2][2] = {
-            {{body<Schedule, false, false, false, T>, body<Schedule, false, false, true, T>},
-             {body<Schedule, false, true, false, T>, body<Schedule, false, true, true, T>}},
-            {{body<Schedule, true, false, false, T>, body<Schedule, true, false, true, T>},
-             {body<Schedule, true, true, false, T>, body<Schedule, true, true, true, T>}}};
+            {{body<S, false, false, false, T>, body<S, false, false, true, T>},
+             {body<S, false, true, false, T>, body<S, false, true, true, T>}},
+            {{body<S, true, false, false, T>, body<S, true, false, true, T>},
+             {body<S, true, true, false, T>, body<S, true, true, true, T>}}};
         bodies[raw][beta == T{}][aligned](whole, o);
         o.a += whole / mr * a_distance;
         o.c += whole;

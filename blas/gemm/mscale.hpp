@@ -1,5 +1,6 @@
 // blas/gemm/mscale.hpp - C := beta C ahead of a product. With beta zero C is written and not read.
-// Four columns at a time, the last 0 to 3 one by one; in a column, blocks of 8 rows.
+// Four columns at a time, the last 0 to 3 one by one; in a column, blocks of 8 rows. The rest goes by vectors too:
+// small products load what was just scaled, and a wide load behind narrow stores would wait for them.
 #pragma once
 
 #include "simd/vec.hpp"
@@ -29,6 +30,19 @@ void mscale_columns(std::int64_t m, T beta, T* c, std::int64_t ldc)
                 T* p = c + i + r + j * ldc;
                 (Zero ? V::zero() : V::loadu(p) * b).storeu(p);
             }
+    for (; i + V::lanes <= m; i += V::lanes)
+        for (int j = 0; j < Columns; ++j) {
+            T* p = c + i + j * ldc;
+            (Zero ? V::zero() : V::loadu(p) * b).storeu(p);
+        }
+    if constexpr (V::lanes == 4)
+        if (i + 2 <= m) {
+            for (int j = 0; j < Columns; ++j) {
+                T* p = c + i + j * ldc;
+                (Zero ? V::zero() : V::load2(p) * b).store2(p);
+            }
+            i += 2;
+        }
     for (; i < m; ++i)
         for (int j = 0; j < Columns; ++j) {
             T& x = c[i + j * ldc];

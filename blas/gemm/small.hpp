@@ -6,6 +6,7 @@
 #pragma once
 
 #include "blas/gemm/mscale.hpp"
+#include "blas/gemm/rows.hpp"
 #include "blas/gemm/tables.hpp"
 #include "frame/services.hpp"
 #include "simd/unroll.hpp"
@@ -21,34 +22,7 @@ using simd::vec;
 
 inline constexpr int largest = 10; // of m, n and k
 
-// Rows [0, Rows) of a column as vectors; the last one may be partial (Rows below the lanes, or 2 of 4).
-template <class T, int Rows>
-struct rows {
-    using V = vec<T>;
-    static constexpr int count = (Rows + V::lanes - 1) / V::lanes;
-    static constexpr bool whole = Rows % V::lanes == 0;
-
-    static V load(const T* p)
-    {
-        if constexpr (whole)
-            return V::loadu(p);
-        else if constexpr (Rows == 1)
-            return V::load1(p);
-        else
-            return V::load2(p);
-    }
-    static void store(T* p, V x)
-    {
-        if constexpr (whole)
-            x.storeu(p);
-        else if constexpr (Rows == 1)
-            x.store1(p);
-        else
-            x.store2(p);
-    }
-};
-
-// Rows x Columns of C. b(kk, j) is b[kk*brow + j*bcol].
+// Rows x Columns of C. Element (kk, j) of op(B) is b[kk*brow + j*bcol].
 template <int K, int Rows, int Columns, class T>
 [[gnu::always_inline]] inline void lanes_tile(const T* a, vrn_int lda, const T* b, vrn_int brow, vrn_int bcol,
                                               T alpha, T* c, vrn_int ldc)
@@ -58,9 +32,9 @@ template <int K, int Rows, int Columns, class T>
     V acc[Columns][R::count];
     unroll<K>([&](auto kk) {
         V x[R::count];
-        unroll<R::count>([&](auto r) { x[r] = R::load(a + kk * lda + r * V::lanes); });
+        unroll<R::count>([&](auto r) { x[r] = R::template load<r>(a); });
         unroll<Columns>([&](auto j) {
-            const V y = V::all(b[kk * brow + j * bcol]);
+            const V y = V::all(b[j * bcol]);
             unroll<R::count>([&](auto r) {
                 if constexpr (kk == 0)
                     acc[j][r] = x[r] * y;
@@ -68,18 +42,22 @@ template <int K, int Rows, int Columns, class T>
                     acc[j][r] = acc[j][r] + x[r] * y;
             });
         });
+        a += lda;
+        b += brow;
+        // Keeps the compiler from forming all addresses ahead of the row loop and spilling them.
+        asm("" : "+r"(a), "+r"(b));
     });
     const V f = V::all(alpha);
     unroll<Columns>([&](auto j) {
         unroll<R::count>([&](auto r) {
-            T* p = c + j * ldc + r * V::lanes;
-            R::store(p, R::load(p) + acc[j][r] * f);
+            T* p = c + j * ldc;
+            R::template store<r>(p, R::template load<r>(p) + acc[j][r] * f);
         });
     });
 }
 
 template <int K, int Columns, class T>
-void lanes_columns(vrn_int m, const T* a, vrn_int lda, const T* b, vrn_int brow, vrn_int bcol, T alpha, T* c,
+[[gnu::flatten]] void lanes_columns(vrn_int m, const T* a, vrn_int lda, const T* b, vrn_int brow, vrn_int bcol, T alpha, T* c,
                    vrn_int ldc)
 {
     constexpr int l = vec<T>::lanes;
@@ -90,8 +68,10 @@ void lanes_columns(vrn_int m, const T* a, vrn_int lda, const T* b, vrn_int brow,
     };
     while (i + 2 * l <= m) step.template operator()<2 * l>();
     if (i + l <= m) step.template operator()<l>();
-    if constexpr (l == 4)
-        if (i + 2 <= m) step.template operator()<2>();
+    if constexpr (l == 4) {
+        if (m - i == 3) return step.template operator()<3>();
+        if (m - i == 2) return step.template operator()<2>();
+    }
     if (i < m) step.template operator()<1>();
 }
 
@@ -147,7 +127,7 @@ inline vec<float> dots(const float* a, vrn_int lda, const float* b)
 
 // Rows of op(A) and columns of op(B) both lie along the depth.
 template <int K, class T>
-void along_depth(vrn_int m, vrn_int n, const T* a, vrn_int lda, const T* b, vrn_int ldb, T alpha, T* c,
+[[gnu::flatten]] void along_depth(vrn_int m, vrn_int n, const T* a, vrn_int lda, const T* b, vrn_int ldb, T alpha, T* c,
                  vrn_int ldc)
 {
     constexpr int l = vec<T>::lanes;
@@ -156,7 +136,7 @@ void along_depth(vrn_int m, vrn_int n, const T* a, vrn_int lda, const T* b, vrn_
         vrn_int i = 0;
         const auto step = [&]<int Rows>() {
             using R = rows<T, Rows>;
-            R::store(c + i, R::load(c + i) + dots<K, Rows>(a + i * lda, lda, b) * f);
+            R::template store<0>(c + i, R::template load<0>(c + i) + dots<K, Rows>(a + i * lda, lda, b) * f);
             i += Rows;
         };
         while (i + l <= m) step.template operator()<l>();

@@ -5,6 +5,7 @@
 // rows, where they lie contiguous, in blocks of 8, then 2, then 1.
 #pragma once
 
+#include "blas/gemm/rows.hpp"
 #include "simd/unroll.hpp"
 #include "simd/vec.hpp"
 
@@ -42,15 +43,6 @@ inline X updated(X old, X sum, X beta)
 }
 
 template <update U, class T>
-inline void put(T* c, vec<T> sum, T beta)
-{
-    if constexpr (U == update::store)
-        sum.storeu(c);
-    else
-        updated<U>(vec<T>::loadu(c), sum, vec<T>::all(beta)).storeu(c);
-}
-
-template <update U, class T>
 inline void put(T* c, T sum, T beta)
 {
     *c = updated<U>(U == update::store ? T{} : *c, sum, beta);
@@ -61,28 +53,26 @@ template <update U, int Rows, int Columns, class T>
 inline void rows_tile(vrn_int depth, T alpha, const T* a, vrn_int lda, const T* b, vrn_int brow, vrn_int bcol,
                       T beta, T* c, vrn_int ldc)
 {
-    if constexpr (Rows % vec<T>::lanes == 0) {
-        using V = vec<T>;
-        constexpr int count = Rows / V::lanes;
-        V acc[Columns][count];
-        unroll<Columns>([&](auto j) { unroll<count>([&](auto r) { acc[j][r] = V::zero(); }); });
-        for (vrn_int kk = 0; kk < depth; ++kk, a += lda, b += brow)
-            unroll<Columns>([&](auto j) {
-                const V y = V::all(b[j * bcol]);
-                unroll<count>([&](auto r) { acc[j][r] = acc[j][r] + V::loadu(a + r * V::lanes) * y; });
-            });
-        const V f = V::all(alpha);
-        unroll<Columns>([&](auto j) {
-            unroll<count>([&](auto r) { put<U>(c + j * ldc + r * V::lanes, acc[j][r] * f, beta); });
-        });
-    } else {
-        T acc[Columns][Rows] = {};
-        for (vrn_int kk = 0; kk < depth; ++kk, a += lda, b += brow)
-            unroll<Columns>([&](auto j) { unroll<Rows>([&](auto r) { acc[j][r] += a[r] * b[j * bcol]; }); });
-        unroll<Columns>([&](auto j) {
-            unroll<Rows>([&](auto r) { put<U>(c + j * ldc + r, acc[j][r] * alpha, beta); });
+    using R = rows<T, Rows>;
+    using V = vec<T>;
+    V acc[Columns][R::count];
+    unroll<Columns>([&](auto j) { unroll<R::count>([&](auto r) { acc[j][r] = V::zero(); }); });
+    for (vrn_int kk = 0; kk < depth; ++kk, a += lda, b += brow) {
+        V y[Columns];
+        unroll<Columns>([&](auto j) { y[j] = V::all(b[j * bcol]); });
+        unroll<R::count>([&](auto r) {
+            const V x = R::template load<r>(a);
+            unroll<Columns>([&](auto j) { acc[j][r] = acc[j][r] + x * y[j]; });
         });
     }
+    const V f = V::all(alpha), g = V::all(beta);
+    unroll<Columns>([&](auto j) {
+        unroll<R::count>([&](auto r) {
+            T* p = c + j * ldc;
+            const V old = U == update::store ? V::zero() : R::template load<r>(p);
+            R::template store<r>(p, updated<U>(old, acc[j][r] * f, g));
+        });
+    });
 }
 
 template <class T>
@@ -121,7 +111,7 @@ inline void depth_tile(vrn_int depth, T alpha, const T* a, const T* b, vrn_int b
 }
 
 template <update U, int Columns, class T>
-void columns(const operands<T>& o, vrn_int k0, vrn_int depth, vrn_int j)
+[[gnu::flatten]] void columns(const operands<T>& o, vrn_int k0, vrn_int depth, vrn_int j)
 {
     const vrn_int brow = o.b_normal ? 1 : o.ldb, bcol = o.b_normal ? o.ldb : 1;
     const T* b = o.b + k0 * brow + j * bcol;
@@ -129,12 +119,24 @@ void columns(const operands<T>& o, vrn_int k0, vrn_int depth, vrn_int j)
     if (o.a_normal) {
         const T* a = o.a + k0 * o.lda;
         vrn_int i = 0;
-        for (; i + 8 <= o.m; i += 8)
-            rows_tile<U, 8, Columns>(depth, o.alpha, a + i, o.lda, b, brow, bcol, o.beta, c + i, o.ldc);
-        for (; i + 2 <= o.m; i += 2)
-            rows_tile<U, 2, Columns>(depth, o.alpha, a + i, o.lda, b, brow, bcol, o.beta, c + i, o.ldc);
-        if (i < o.m)
-            rows_tile<U, 1, Columns>(depth, o.alpha, a + i, o.lda, b, brow, bcol, o.beta, c + i, o.ldc);
+        const auto tile = [&]<int Rows>() {
+            rows_tile<U, Rows, Columns>(depth, o.alpha, a + i, o.lda, b, brow, bcol, o.beta, c + i, o.ldc);
+            i += Rows;
+        };
+        // Four vectors by two columns fill eight accumulators: for s that takes two blocks of 8 rows.
+        if constexpr (vec<T>::lanes == 4)
+            while (i + 16 <= o.m) tile.template operator()<16>();
+        while (i + 8 <= o.m) tile.template operator()<8>();
+        // The blocks of 2 and the odd row that are left, side by side, so that their sums overlap.
+        switch (o.m - i) {
+        case 7: return tile.template operator()<7>();
+        case 6: return tile.template operator()<6>();
+        case 5: return tile.template operator()<5>();
+        case 4: return tile.template operator()<4>();
+        case 3: return tile.template operator()<3>();
+        case 2: return tile.template operator()<2>();
+        case 1: return tile.template operator()<1>();
+        }
     } else {
         for (vrn_int i = 0; i < o.m; ++i)
             depth_tile<U, Columns>(depth, o.alpha, o.a + i * o.lda + k0, b, brow, bcol, o.beta, c + i, o.ldc);
