@@ -124,7 +124,7 @@ TEST(Cpu, Bulldozer)
     EXPECT_FALSE(of(intel_name, 0x600f12));
     EXPECT_FALSE(of(amd_name, 0x500f10)) << "14h";
     EXPECT_FALSE(of(amd_name, 0x000f10)) << "0fh";
-    EXPECT_FALSE(of(amd_name, 0x600512)) << "the extension counts only where the base is full";
+    EXPECT_FALSE(of(amd_name, 0x1000512)) << "the extension counts only where the base is full";
 }
 
 TEST(Cpu, SilentProcessor)
