@@ -25,7 +25,8 @@ facts facts_of(const answers& known)
 }
 
 constexpr std::uint32_t bit(int n) { return 1u << n; }
-constexpr std::uint32_t sse2 = bit(26), ssse3 = bit(9), sse42 = bit(20), avx = bit(28), avx2 = bit(5), avx512f = bit(16);
+constexpr std::uint32_t sse2 = bit(26), ssse3 = bit(9), sse42 = bit(20), avx = bit(28);
+constexpr std::uint32_t avx2 = bit(5), avx512f = bit(16);
 
 // A row of the cache leaves: kind 1 data, 2 instructions, 3 unified.
 registers cache_row(std::uint32_t kind, std::uint32_t level, std::uint32_t sharers, std::uint32_t ways,
