@@ -22,7 +22,8 @@ conversions scan(const char* format)
         ++p;
         if (*p == '%') continue;
         // Flags, width, precision and length; a star takes an argument of its own.
-        for (; *p != '\0' && std::strchr("-+ #0123456789.*hlLqjzt'", *p) != nullptr; ++p) found.arguments += *p == '*';
+        for (; *p != '\0' && std::strchr("-+ #0123456789.*hlLqjzt'", *p) != nullptr; ++p)
+            found.arguments += *p == '*';
         if (*p == '\0') break;
         ++found.arguments;
         found.writes_back |= *p == 'n';

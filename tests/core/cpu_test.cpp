@@ -25,7 +25,8 @@ facts facts_of(const answers& known)
 }
 
 constexpr std::uint32_t bit(int n) { return 1u << n; }
-constexpr std::uint32_t sse2 = bit(26), ssse3 = bit(9), sse42 = bit(20), avx = bit(28), avx2 = bit(5), avx512f = bit(16);
+constexpr std::uint32_t sse2 = bit(26), ssse3 = bit(9), sse42 = bit(20), avx = bit(28);
+constexpr std::uint32_t avx2 = bit(5), avx512f = bit(16);
 
 // A row of the cache leaves: kind 1 data, 2 instructions, 3 unified.
 registers cache_row(std::uint32_t kind, std::uint32_t level, std::uint32_t sharers, std::uint32_t ways,
@@ -124,7 +125,7 @@ TEST(Cpu, Bulldozer)
     EXPECT_FALSE(of(intel_name, 0x600f12));
     EXPECT_FALSE(of(amd_name, 0x500f10)) << "14h";
     EXPECT_FALSE(of(amd_name, 0x000f10)) << "0fh";
-    EXPECT_FALSE(of(amd_name, 0x600512)) << "the extension counts only where the base is full";
+    EXPECT_FALSE(of(amd_name, 0x1000512)) << "the extension counts only where the base is full";
 }
 
 TEST(Cpu, SilentProcessor)

@@ -25,7 +25,8 @@
 
 namespace {
 
-using axpy = void(const std::int64_t*, const double*, const double*, const std::int64_t*, double*, const std::int64_t*);
+using axpy = void(const std::int64_t*, const double*, const double*, const std::int64_t*, double*,
+                  const std::int64_t*);
 using load = int(const char**);
 
 template <class Signature>

@@ -204,15 +204,20 @@ TEST_F(MemoryCache, ServesAgain)
         EXPECT_EQ(first, second) << "the waiting block fits";
         void* third = vrn_serv_allocate(1 << 20, 128);
         EXPECT_NE(second, third) << "it is in use";
+        // The one that fits closest is taken, whichever came first.
+        void* wide = vrn_serv_allocate((1 << 20) + (1 << 19), 128);
+        for (const bool wide_last : {false, true}) {
+            vrn_serv_deallocate(wide_last ? second : wide);
+            vrn_serv_deallocate(wide_last ? wide : second);
+            EXPECT_EQ(vrn_serv_allocate(1 << 20, 64), second);
+            EXPECT_EQ(vrn_serv_allocate((1 << 20) + 1, 64), wide);
+        }
         vrn_serv_deallocate(second);
-        vrn_serv_deallocate(third);
-        // The one that fits closest is taken.
-        void* small = vrn_serv_allocate(600 << 10, 64);
-        EXPECT_TRUE(small == second || small == third);
-        void* smaller = vrn_serv_allocate(100 << 10, 64);
-        EXPECT_TRUE(smaller != second && smaller != third) << "more than half would be unused";
+        vrn_serv_deallocate(wide);
+        void* small = vrn_serv_allocate(100 << 10, 64);
+        EXPECT_TRUE(small != second && small != wide) << "more than half would be unused";
         vrn_serv_deallocate(small);
-        vrn_serv_deallocate(smaller);
+        vrn_serv_deallocate(third);
         EXPECT_EQ(vrn_serv_allocate(1 << 20, 3), nullptr) << "no alignment, though one waits at such an address";
     });
 }

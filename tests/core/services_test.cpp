@@ -46,7 +46,8 @@ TEST(Errors, DefaultReportIsOneLine)
         vrn_serv_xerbla("ZGEMM   ", &twelve, 8);
         return 0;
     });
-    EXPECT_EQ(e.err, "vrn: parameter 5 of DLASD3 has an illegal value\nvrn: parameter 12 of ZGEMM has an illegal value\n");
+    EXPECT_EQ(e.err, "vrn: parameter 5 of DLASD3 has an illegal value\n"
+                     "vrn: parameter 12 of ZGEMM has an illegal value\n");
     EXPECT_EQ(e.out, "");
     EXPECT_TRUE(e.exited(0));
 }

@@ -15,6 +15,11 @@ namespace threads = vrn::threads;
 namespace {
 
 struct Threads : testing::Test {
+    // Whatever the caller's environment says, the tests start from the default.
+    void SetUp() override
+    {
+        if (std::getenv("VRN_TEST_PRINT_THREADS") == nullptr) unsetenv("VRN_NUM_THREADS");
+    }
     void TearDown() override { vrn_set_num_threads(0); }
 };
 
