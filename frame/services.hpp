@@ -21,13 +21,13 @@ void vrn_serv_free(void* block);
 // Processor and cache facts, from CPUID.
 //
 //     cpu_detect  microarchitecture  the processor has
-//          0              62         nothing that this library knows
-//          1              63         SSE2
-//          2              64         SSSE3
-//          3              65         SSE4.2, the least that the back-end runs on
-//          4              66         AVX: transforms lay their work on pages; GEMM takes its second schedule
-//          5              67         AVX2
-//          6              68         AVX-512
+//          0              60         nothing that this library knows
+//          1              61         SSE2
+//          2              62         SSSE3
+//          3              63         SSE4.2, the least that the back-end runs on
+//          4              64         AVX: transforms lay their work on pages
+//          5              66         AVX2: two or three loads a cycle; GEMM broadcasts by loads (its second kernel)
+//          6              66         AVX-512
 //
 // Neither changes a result. vrn_serv_cpuisbulldozer is 1 on AMD's family 15h, else 0.
 std::int32_t vrn_serv_cpu_detect();

@@ -20,9 +20,10 @@ double seconds_of(const contestant& c, long calls)
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-// How many calls fill the time of one pass; the calls made to find out warm the caches.
+// How many calls fill the time of one pass. The first call, which may load a library, does not count.
 long calibrate(const contestant& c, double seconds)
 {
+    c.run(1);
     long calls = 1;
     for (;;) {
         const double t = seconds_of(c, calls);

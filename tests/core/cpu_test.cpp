@@ -164,8 +164,7 @@ TEST(Cpu, ThisOne)
     EXPECT_GE(line, 3);
     EXPECT_LE(line, 6);
     EXPECT_EQ(line >= 3, __builtin_cpu_supports("sse4.2") != 0);
-    EXPECT_EQ(vrn_serv_get_microarchitecture(), 62 + line);
-    EXPECT_EQ(vrn_serv_get_microarchitecture() == 66, vrn_serv_cpu_detect() == 4);
+    EXPECT_EQ(vrn_serv_get_microarchitecture(), line >= 5 ? 66 : 60 + line);
     EXPECT_TRUE(vrn_serv_cpuisbulldozer() == 0 || vrn_serv_cpuisbulldozer() == 1);
 
     std::int32_t info[8];
