@@ -138,6 +138,10 @@ inline void a_forms(const float* a, simd::vec<float>& f0, simd::vec<float>& f1)
     f1.v = _mm_movehdup_ps(r);
 }
 
+// The first form by broadcast.
+inline simd::vec<double> doubled(const double* a) { return {_mm_loaddup_pd(a)}; }
+inline simd::vec<float> doubled(const float* a) { return {_mm_moveldup_ps(_mm_load_ps(a))}; }
+
 // A pair of B columns at one depth, as the products want it.
 inline simd::vec<double> b_pair(const double* b) { return {_mm_load_pd(b)}; }
 inline simd::vec<float> b_pair(const float* b)
@@ -301,6 +305,23 @@ void body(vrn_int m, const kernel_operands<T>& o)
     });
 }
 
+// The first rows of a tile against one panel of 8 columns, half the work of a tile: the first form of A by
+// broadcast holds row 0 of d, rows 0 and 1 of s. first_rows of columns 2j and 2j+1 come out in acc[j].
+template <class T>
+inline constexpr int first_rows = gemm_tile<T>.mr / 2;
+template <class T>
+[[gnu::flatten]] inline void half_tile8(vrn_int k, const T* a, const T* b, simd::vec<T> (&sums)[4])
+{
+    using V = simd::vec<T>;
+    V acc[4];
+    simd::unroll<4>([&](auto j) { acc[j] = V::zero(); });
+    for (vrn_int kk = 0; kk < k; ++kk, a += gemm_tile<T>.mr, b += 8) {
+        const V f = doubled(a);
+        simd::unroll<4>([&](auto j) { acc[j] = acc[j] + f * b_pair(b + 2 * j); });
+    }
+    simd::unroll<4>([&](auto j) { sums[j] = acc[j]; });
+}
+
 // The fewer than mr rows at the end: the panel is full, padded with zero rows, and only `rows` of a tile reach
 // C. Unlike the bodies it takes any alpha and beta.
 template <bool RawB, class T>
@@ -308,10 +329,11 @@ void row_rest(int rows, T alpha, T beta, const kernel_operands<T>& o)
 {
     using V = simd::vec<T>;
     constexpr int mr = gemm_tile<T>.mr;
+    const auto element = [&](T sum, T* c) { *c = beta == T{} ? alpha * sum : beta * *c + alpha * sum; };
     const auto finish = [&](V x, T* c) {
         alignas(16) T sum[V::lanes];
         x.store(sum);
-        for (int r = 0; r < rows; ++r) c[r] = beta == T{} ? alpha * sum[r] : beta * c[r] + alpha * sum[r];
+        for (int r = 0; r < rows; ++r) element(sum[r], c + r);
     };
     for_each_panel<RawB>(o, [&](const T* b, int width, int valid, T* c) {
         static_assert(mr == V::lanes);
@@ -322,6 +344,19 @@ void row_rest(int rows, T alpha, T beta, const kernel_operands<T>& o)
         };
         switch (width) {
         case 8: {
+            if (rows <= first_rows<T>) {
+                V half[4];
+                half_tile8(o.padded, o.a, b, half);
+                for (int j = 0; j < 4; ++j) {
+                    alignas(16) T sum[V::lanes];
+                    half[j].store(sum);
+                    for (int r = 0; r < rows; ++r) {
+                        element(sum[2 * r], c + 2 * j * o.ldc + r);
+                        element(sum[2 * r + 1], c + (2 * j + 1) * o.ldc + r);
+                    }
+                }
+                break;
+            }
             V acc[8];
             depth8<scheme::diagonal>(o.a, b, o.padded, acc);
             for (int j = 0; j < 4; ++j) {

@@ -15,6 +15,7 @@
 #pragma once
 
 #include "blas/gemm/tables.hpp"
+#include "simd/unroll.hpp"
 #include "simd/vec.hpp"
 
 #include <cstdint>
@@ -72,11 +73,13 @@ void zero_depths(T* to, vrn_int elements)
 
 // Depths full panels wide. W is a multiple of the lanes.
 template <int W, order O, bool Aligned, class T, class Scale>
-void contiguous_depths(const T* from, vrn_int ld, vrn_int depths, T* to, Scale f)
+[[gnu::flatten]] inline void contiguous_depths(const T* from, vrn_int ld, vrn_int depths, T* to, Scale f)
 {
     constexpr int lanes = vec<T>::lanes;
     for (vrn_int kk = 0; kk < depths; ++kk, from += ld, to += W)
-        for (int w = 0; w < W; w += lanes) permuted(f(load<Aligned>(from + w)), O).store(to + w);
+        simd::unroll<W / lanes>([&](auto g) {
+            permuted(f(load<Aligned>(from + g * lanes)), O).store(to + g * lanes);
+        });
 }
 
 // A panel of which only `valid` of the W columns exist.
@@ -108,16 +111,17 @@ inline void transpose_store(const vec<float> (&c)[4], float* to, vrn_int width, 
 }
 
 template <int W, order O, bool Aligned, class T, class Scale>
-void strided_depths(const T* from, vrn_int ld, vrn_int depths, T* to, Scale f)
+[[gnu::flatten]] inline void strided_depths(const T* from, vrn_int ld, vrn_int depths, T* to, Scale f)
 {
     constexpr int lanes = vec<T>::lanes;
     vrn_int kk = 0;
     for (; kk + lanes <= depths; kk += lanes)
-        for (int w = 0; w < W; w += lanes) {
+        simd::unroll<W / lanes>([&](auto g) {
+            constexpr int w = g * lanes;
             vec<T> c[lanes];
-            for (int i = 0; i < lanes; ++i) c[i] = f(load<Aligned>(from + kk + (w + i) * ld));
+            simd::unroll<lanes>([&](auto i) { c[i] = f(load<Aligned>(from + kk + (w + i) * ld)); });
             transpose_store(c, to + kk * W + w, W, O);
-        }
+        });
     for (; kk < depths; ++kk)
         for (int w = 0; w < W; ++w) to[kk * W + place(O, w)] = f(from[kk + w * ld]);
 }

@@ -3,8 +3,8 @@
 //
 //     nothing to multiply           scale C
 //     m, n, k up to 10              apply beta here, then the unrolled kernels, which only add
-//     too thin to pack              the entry of one thread, which takes its unpacked path
-//     A as stored, sides up to 64   the unpacked path, by a record that refuses to pack
+//     A as stored, small or thin    the unpacked path, by a record that refuses to pack
+//     A transposed, too thin        the entry of one thread, which takes its unpacked path
 //     anything else                 packed: one thread in mode 2, several over shared panels in mode 64
 //
 // The road and the depth blocks depend on the shape alone, and every element of C is one sum over a depth block
@@ -74,9 +74,14 @@ constexpr vrn_int small_limit = 10;           // the unrolled kernels take m, n 
 constexpr std::int32_t mode_both_packed = 64; // of the driver: A and B are given as panels
 constexpr std::int32_t mode_one_thread = 2;
 
-// Up to this side, and with the rows of A contiguous, the unpacked path is faster than packing: A and B lie in the
-// first-level cache as they are. Measured from n = 11 (1.7 times) to 64 (1.0 to 1.15 times), d and s.
+// With the rows of A contiguous the unpacked path is faster than packing where A and B lie in the first-level
+// cache as they are: measured from n = 11 (1.7 times) to 64 (1.0 to 1.15 times), d and s.
 constexpr vrn_int unpacked_limit = 64;
+// It is so too where C is thin, since a packed element of the large operand is hardly used. Few columns: the depth
+// goes in slices of 32, so that the slice of A stays in the second-level cache and the first-level page table while
+// pairs of columns pass over it; 2000 x 4 x 2000 doubles run at 15 GFLOP/s so, and packed at 7.5. Few rows: A is
+// small as it is; 4 x 2000 x 2000 at 15 and packed at 7.
+constexpr vrn_int thin_limit = 16, thin_depth = 32;
 
 // Below this many multiply-adds a second thread costs more than it brings: a fork and four barriers are some
 // ten microseconds, about a quarter of a 100 x 100 x 100 product.
@@ -132,6 +137,44 @@ void one_thread(const product<T>& p, gemm_desc& desc)
 }
 
 constexpr vrn_int pieces(vrn_int whole, vrn_int piece) { return (whole + piece - 1) / piece; }
+
+// The unpacked path over a part of C, the depth in slices.
+template <class T>
+void unpacked_slices(product<T> p, vrn_int depth)
+{
+    // By hand: a path that does not pack needs no more than set blocks and a reason to refuse.
+    gemm_desc desc{};
+    desc.m_block = desc.n_block = desc.k_block = 1;
+    desc.m_min = p.m + 1;
+    const vrn_int k = p.k;
+    for (vrn_int k0 = 0; k0 < k; k0 += depth) {
+        product<T> slice = p;
+        slice.k = std::min(depth, k - k0);
+        slice.a = p.a_at(0, k0);
+        slice.b = p.b_at(k0, 0);
+        one_thread(slice, desc);
+        p.beta = T{1};
+    }
+}
+
+// C with few rows or few columns, its long side divided over the threads. An element's sum does not depend on
+// where C is cut.
+template <class T>
+void thin(const product<T>& p, int threads)
+{
+    const bool few_columns = p.n <= thin_limit;
+    const vrn_int length = few_columns ? p.m : p.n, step = pieces(pieces(length, threads), thin_limit) * thin_limit;
+    threads::run(threads, [&](int thread, int team) {
+        for (vrn_int from = thread * step; from < length; from += team * step) {
+            product<T> part = p;
+            (few_columns ? part.m : part.n) = std::min(step, length - from);
+            part.a = few_columns ? p.a_at(from, 0) : p.a;
+            part.b = few_columns ? p.b : p.b_at(0, from);
+            part.c = few_columns ? p.c + from : p.c + from * p.ldc;
+            unpacked_slices(part, few_columns ? thin_depth : p.k);
+        }
+    });
+}
 
 // Runs visit(piece) for the pieces that come this thread's way.
 template <class Visit>
@@ -223,16 +266,16 @@ void gemm(const char* transa, const char* transb, const vrn_int* m, const vrn_in
         const T one{1};
         return backend(names<T>::gemm)(transa, transb, m, n, k, alpha, a, lda, b, ldb, &one, c, ldc);
     }
+    const double work = static_cast<double>(p.m) * static_cast<double>(p.n) * static_cast<double>(p.k);
+    const int threads = work >= threads_from ? threads::available() : 1;
+    if (p.a_normal()) {
+        if (p.m <= thin_limit || p.n <= thin_limit) return thin(p, threads);
+        if (p.m <= unpacked_limit && p.n <= unpacked_limit && p.k <= unpacked_limit) return unpacked_slices(p, p.k);
+    }
     gemm_desc desc = described(p);
     if (p.m < desc.m_min || p.n < desc.n_min || p.k < desc.k_min)
         return backend(names<T>::gemm)(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
-    if (p.a_normal() && p.m <= unpacked_limit && p.n <= unpacked_limit && p.k <= unpacked_limit) {
-        desc.m_min = unpacked_limit + 1;
-        return one_thread(p, desc);
-    }
-    const double work = static_cast<double>(p.m) * static_cast<double>(p.n) * static_cast<double>(p.k);
-    if (work >= threads_from)
-        if (const int threads = threads::available(); threads > 1 && threaded(p, desc, threads)) return;
+    if (threads > 1 && threaded(p, desc, threads)) return;
     one_thread(p, desc);
 }
 
