@@ -13,6 +13,7 @@ Exit status 77 means skipped; the reason is the last line.
 """
 import argparse
 import os
+import re
 import shutil
 import subprocess
 import sys
@@ -55,12 +56,12 @@ def installed(args, work):
     """A prefix with the library, moved after it was installed, that knows nothing of where it came from."""
     run(args.cmake, "--install", args.build, "--prefix", work / "first")
     prefix = (work / "first").rename(work / "moved")
-    strangers = [str(args.source).encode(), str(args.build).encode(), str(work / "first").encode()]
+    # Whole paths only: a source folder /vrn is no part of lib/cmake/vrn.
+    strangers = "|".join(re.escape(str(p)) for p in (args.source, args.build, work / "first"))
+    pattern = re.compile(rf"(?<![\w.}}-])({strangers})(?![\w.-])".encode())
     for path in prefix.rglob("*"):
-        if path.is_file():
-            content = path.read_bytes()
-            for s in strangers:
-                check(s not in content, f"{path} mentions {s.decode()}")
+        mention = pattern.search(path.read_bytes()) if path.is_file() else None
+        check(mention is None, f"{path} mentions {mention and mention[0].decode()}")
     return prefix
 
 
