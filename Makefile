@@ -62,7 +62,7 @@ package: library ## make a .deb in build/release/package
 	cpack --config $(release)/CPackConfig.cmake -B $(release)/package
 
 pending: library ## how many of the back-end's names are real; ARGS=--list names the others
-	@python3 frame/names.py count $(ARGS) $(release)/lib/libvrn_s42.so
+	@tools/pending $(ARGS)
 
 clean: ## remove build/
 	rm -rf build
