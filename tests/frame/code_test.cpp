@@ -22,8 +22,8 @@ bool is_beyond_sse42(std::string_view instruction)
                                                     "blsmsk", "bzhi", "mulx", "rorx", "sarx", "shlx", "shrx",
                                                     "andn", "bextr", "lzcnt", "movbe", "aes", "pclmul", "sha1",
                                                     "sha256", "adcx", "adox"};
-    // andnps and andnpd are SSE.
-    if (mnemonic == "andnps" || mnemonic == "andnpd") return false;
+    // andnps and andnpd are SSE, the extractions pextrb to pextrq SSE4.1.
+    if (mnemonic == "andnps" || mnemonic == "andnpd" || mnemonic.starts_with("pextr")) return false;
     return std::ranges::any_of(prefixes, [&](auto p) { return mnemonic.starts_with(p); }) ||
            instruction.find("%ymm") != instruction.npos || instruction.find("%zmm") != instruction.npos;
 }
@@ -35,7 +35,7 @@ TEST(Code, KnowsTheWiderForms)
     for (const char* wide : {"vaddpd %xmm1,%xmm0,%xmm0", "vzeroupper", "kmovb %eax,%k1", "andn %eax,%ebx,%ecx",
                              "shlx %rax,%rbx,%rcx", "mulx %rax,%rbx,%rcx", "foo %ymm1", "foo 0x0(%rax),%zmm31"})
         EXPECT_TRUE(is_beyond_sse42(wide)) << wide;
-    for (const char* fine : {"addpd %xmm1,%xmm0", "andnpd %xmm1,%xmm0", "pcmpgtq %xmm1,%xmm0", "popcnt %rax,%rbx",
+    for (const char* fine : {"addpd %xmm1,%xmm0", "andnpd %xmm1,%xmm0", "pcmpgtq %xmm1,%xmm0", "pextrq $0x1,%xmm0,%rdx", "popcnt %rax,%rbx",
                              "tzcnt %rax,%rax", "jmp 10 <vrn_blas_s42_xdaxpy>", "ret"})
         EXPECT_FALSE(is_beyond_sse42(fine)) << fine;
 }
