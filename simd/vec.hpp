@@ -30,6 +30,51 @@ struct vec<double> {
     friend vec operator+(vec a, vec b) { return {_mm_add_pd(a.v, b.v)}; }
     friend vec operator-(vec a, vec b) { return {_mm_sub_pd(a.v, b.v)}; }
     friend vec operator*(vec a, vec b) { return {_mm_mul_pd(a.v, b.v)}; }
+
+    // Lanes from two places and back: p[0] and p[stride].
+    static vec gather(const double* p, std::int64_t stride) { return {_mm_loadh_pd(_mm_load_sd(p), p + stride)}; }
+    void scatter(double* p, std::int64_t stride) const
+    {
+        _mm_storel_pd(p, v);
+        _mm_storeh_pd(p + stride, v);
+    }
+    // Two singles, widened.
+    static vec widen(const float* p) { return {_mm_cvtps_pd(vec2f(p))}; }
+    static vec widen(const float* p, std::int64_t stride)
+    {
+        return {_mm_cvtps_pd(_mm_unpacklo_ps(_mm_load_ss(p), _mm_load_ss(p + stride)))};
+    }
+    double sum() const { return _mm_cvtsd_f64(_mm_add_sd(v, _mm_unpackhi_pd(v, v))); }
+    double lane(int i) const { return _mm_cvtsd_f64(i == 0 ? v : _mm_unpackhi_pd(v, v)); }
+
+    friend vec abs(vec a) { return {_mm_andnot_pd(_mm_set1_pd(-0.0), a.v)}; }
+    // Where either is NaN these give b.
+    friend vec max(vec a, vec b) { return {_mm_max_pd(a.v, b.v)}; }
+    friend vec min(vec a, vec b) { return {_mm_min_pd(a.v, b.v)}; }
+    // (a high, b low): what an aligned pair and the next one hold of the pair between.
+    friend vec straddle(vec a, vec b) { return {_mm_shuffle_pd(a.v, b.v, 1)}; }
+
+    // True lanes are all ones.
+    friend vec not_less_equal(vec a, vec b) { return {_mm_cmpnle_pd(a.v, b.v)}; }
+    friend vec not_greater_equal(vec a, vec b) { return {_mm_cmpnge_pd(a.v, b.v)}; }
+    friend vec equal(vec a, vec b) { return {_mm_cmpeq_pd(a.v, b.v)}; }
+    friend vec unordered(vec a, vec b) { return {_mm_cmpunord_pd(a.v, b.v)}; }
+    friend vec operator|(vec a, vec b) { return {_mm_or_pd(a.v, b.v)}; }
+    int signs() const { return _mm_movemask_pd(v); } // the sign of lane i in bit i
+
+    // As one complex number.
+    friend vec swap_parts(vec a) { return {_mm_shuffle_pd(a.v, a.v, 1)}; }
+    static vec pair(double re, double im) { return {_mm_setr_pd(re, im)}; }
+    static vec all_at(const double* p) { return {_mm_loaddup_pd(p)}; } // by the load port alone
+    friend vec add_sub(vec a, vec b) { return {_mm_addsub_pd(a.v, b.v)}; } // (a0 - b0, a1 + b1)
+    // (a0 + a1, b0 + b1)
+    friend vec add_pairs(vec a, vec b) { return {_mm_hadd_pd(a.v, b.v)}; }
+
+  private:
+    static __m128 vec2f(const float* p)
+    {
+        return _mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)));
+    }
 };
 
 template <>
@@ -58,6 +103,74 @@ struct vec<float> {
     friend vec operator+(vec a, vec b) { return {_mm_add_ps(a.v, b.v)}; }
     friend vec operator-(vec a, vec b) { return {_mm_sub_ps(a.v, b.v)}; }
     friend vec operator*(vec a, vec b) { return {_mm_mul_ps(a.v, b.v)}; }
+
+    static vec gather(const float* p, std::int64_t stride)
+    {
+        return {_mm_setr_ps(p[0], p[stride], p[2 * stride], p[3 * stride])};
+    }
+    // Upper half onto lower half, then the higher of those two lanes onto the lower.
+    float sum() const
+    {
+        const __m128 half = _mm_add_ps(v, _mm_movehl_ps(v, v));
+        return _mm_cvtss_f32(_mm_add_ss(half, _mm_shuffle_ps(half, half, 1)));
+    }
+    float lane(int i) const
+    {
+        alignas(16) float all[4];
+        store(all);
+        return all[i];
+    }
+
+    friend vec abs(vec a) { return {_mm_andnot_ps(_mm_set1_ps(-0.0f), a.v)}; }
+    friend vec max(vec a, vec b) { return {_mm_max_ps(a.v, b.v)}; }
+    friend vec min(vec a, vec b) { return {_mm_min_ps(a.v, b.v)}; }
+
+    friend vec not_less_equal(vec a, vec b) { return {_mm_cmpnle_ps(a.v, b.v)}; }
+    friend vec not_greater_equal(vec a, vec b) { return {_mm_cmpnge_ps(a.v, b.v)}; }
+    friend vec equal(vec a, vec b) { return {_mm_cmpeq_ps(a.v, b.v)}; }
+    friend vec unordered(vec a, vec b) { return {_mm_cmpunord_ps(a.v, b.v)}; }
+    friend vec operator|(vec a, vec b) { return {_mm_or_ps(a.v, b.v)}; }
+    int signs() const { return _mm_movemask_ps(v); }
+
+    // As two complex numbers.
+    friend vec swap_parts(vec a) { return {_mm_shuffle_ps(a.v, a.v, 0xb1)}; }
+    static vec pair(float re, float im) { return {_mm_setr_ps(re, im, re, im)}; }
+    static vec halves(const float* low, const float* high)
+    {
+        return {_mm_loadh_pi(load2(low).v, reinterpret_cast<const __m64*>(high))};
+    }
+    friend vec upper_half(vec a) { return {_mm_movehl_ps(a.v, a.v)}; }
+    friend vec add_sub(vec a, vec b) { return {_mm_addsub_ps(a.v, b.v)}; }
+    friend vec add_pairs(vec a, vec b) { return {_mm_hadd_ps(a.v, b.v)}; }
+};
+
+// One 64-bit integer for each lane of vec<R>.
+template <class R>
+struct lane_ints;
+
+template <>
+struct lane_ints<double> {
+    __m128i v;
+    static lane_ints all(std::int64_t i) { return {_mm_set1_epi64x(i)}; }
+    // Lanes of b where the mask is all ones, of a where it is zero.
+    static lane_ints select(vec<double> mask, lane_ints b, lane_ints a)
+    {
+        return {_mm_blendv_epi8(a.v, b.v, _mm_castpd_si128(mask.v))};
+    }
+    std::int64_t lane(int i) const { return i == 0 ? _mm_cvtsi128_si64(v) : _mm_extract_epi64(v, 1); }
+};
+
+template <>
+struct lane_ints<float> {
+    lane_ints<double> low, high;
+    static lane_ints all(std::int64_t i) { return {lane_ints<double>::all(i), lane_ints<double>::all(i)}; }
+    static lane_ints select(vec<float> mask, lane_ints b, lane_ints a)
+    {
+        const __m128 lo = _mm_unpacklo_ps(mask.v, mask.v), hi = _mm_unpackhi_ps(mask.v, mask.v);
+        return {lane_ints<double>::select({_mm_castps_pd(lo)}, b.low, a.low),
+                lane_ints<double>::select({_mm_castps_pd(hi)}, b.high, a.high)};
+    }
+    std::int64_t lane(int i) const { return i < 2 ? low.lane(i) : high.lane(i - 2); }
 };
 
 } // namespace vrn::simd

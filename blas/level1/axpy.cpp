@@ -1,6 +1,14 @@
-#include "frame/export.hpp"
+// blas/level1/axpy.cpp - exported names of y := alpha x + y.
+#include "blas/level1/axpy.hpp"
 
-VRN_EXPORT void vrn_blas_s42_xdaxpy(const vrn_int* n, const double* alpha, const double* x, const vrn_int*, double* y, const vrn_int*)
-{
-    for (vrn_int i = 0; i < *n; ++i) y[i] += *alpha * x[i];
-}
+#define VRN_AXPY(name, E)                                                                                     \
+    VRN_EXPORT void name(const vrn_int* n, const E* alpha, const E* x, const vrn_int* incx, E* y,             \
+                         const vrn_int* incy)                                                                 \
+    {                                                                                                         \
+        vrn::blas::axpy<E>(*n, *alpha, x, *incx, y, *incy);                                                   \
+    }
+
+VRN_AXPY(vrn_blas_s42_xsaxpy, float)
+VRN_AXPY(vrn_blas_s42_xdaxpy, double)
+VRN_AXPY(vrn_blas_s42_xcaxpy, vrn::simd::cplx<float>)
+VRN_AXPY(vrn_blas_s42_xzaxpy, vrn::simd::cplx<double>)

@@ -1,0 +1,140 @@
+// blas/level1/extreme.hpp - one-based index of the first element of largest or smallest magnitude, |re| + |im| for
+// complex elements. Instantiated by extreme.cpp.
+//
+// Unit stride: each lane of a vector keeps its own extreme and the index of the element that set it; at the end the
+// lanes that hold the overall extreme compete and the lowest index wins. The index is kept by block: a lane notes
+// the block in which it changed, and only the winner's block is searched for the element. So the loop carries one
+// select a block, and no branch that depends on the data.
+//
+// NaN: a NaN becomes the running extreme and stays it. In a scalar stretch every later element then moves the index,
+// so the answer is the last element; a vector stretch that meets one leaves the index as it was ahead of it.
+#pragma once
+
+#include "blas/level1/update.hpp"
+
+#include <cmath>
+
+namespace vrn::blas {
+
+enum class extreme { largest, smallest };
+
+template <extreme X, class R>
+struct order_of {
+    using V = vec<R>;
+    static V better(V a, V b) { return X == extreme::largest ? max(a, b) : min(a, b); }
+    // Lanes where b is to replace a.
+    static V replaces(V b, V a) { return X == extreme::largest ? not_less_equal(b, a) : not_greater_equal(b, a); }
+    static bool keeps(double a, double b) { return X == extreme::largest ? a >= b : a <= b; }
+};
+
+template <class R>
+R magnitude(R x)
+{
+    return std::fabs(x);
+}
+template <class R>
+R magnitude(cplx<R> x)
+{
+    return abs1(x);
+}
+
+// The scalar stretch. Singles are compared as doubles, which changes nothing.
+template <extreme X, class E>
+struct running_extreme {
+    double value;
+    vrn_int index; // one-based
+    [[gnu::always_inline]] void see(E x, vrn_int i)
+    {
+        const double a = magnitude(x);
+        if (order_of<X, double>::keeps(value, a)) [[likely]] return;
+        index = i + 1;
+        if (value == value) value = a;
+    }
+};
+
+// Magnitudes of one vector of elements.
+template <class R>
+[[gnu::always_inline]] inline vec<R> magnitudes_at(const R* x)
+{
+    return abs(vec<R>::load(x));
+}
+template <class R>
+[[gnu::always_inline]] inline vec<R> magnitudes_at(const cplx<R>* x)
+{
+    const R* p = &x->re;
+    return add_pairs(abs(vec<R>::loadu(p)), abs(vec<R>::loadu(p + vec<R>::lanes)));
+}
+
+template <class R>
+R pick(extreme x, vec<R> v, R a)
+{
+    for (int l = 0; l < vec<R>::lanes; ++l)
+        if (x == extreme::largest ? v.lane(l) > a : v.lane(l) < a) a = v.lane(l);
+    return a;
+}
+
+// Elements first .. first + groups * lanes - 1. `best` is what came ahead of them.
+template <extreme X, class E>
+void vector_stretch(const E* x, vrn_int first, vrn_int end, running_extreme<X, E>& best)
+{
+    using R = real_of<E>;
+    using V = vec<R>;
+    using order = order_of<X, R>;
+    constexpr int lanes = V::lanes, groups = 8, block = groups * lanes;
+    V value = V::all(static_cast<R>(best.value)), nan = unordered(value, value);
+    auto where = simd::lane_ints<R>::all(-1); // the start of the lane's block; -1 for what came ahead
+
+    const auto meet = [&](V v, vrn_int i) __attribute__((always_inline)) {
+        where = simd::lane_ints<R>::select(order::replaces(v, value), simd::lane_ints<R>::all(i), where);
+        value = order::better(v, value);
+    };
+    vrn_int i = first;
+    for (; i + block <= end; i += block) {
+        V a[groups];
+        unroll<groups>([&](auto g) __attribute__((always_inline)) { a[g] = magnitudes_at(x + i + g * lanes); });
+        unroll<groups / 2>([&](auto g) __attribute__((always_inline)) { nan = nan | unordered(a[2 * g], a[2 * g + 1]); });
+        meet(order::better(order::better(order::better(a[0], a[1]), order::better(a[2], a[3])),
+                           order::better(order::better(a[4], a[5]), order::better(a[6], a[7]))),
+             i);
+    }
+    for (; i < end; i += lanes) {
+        const V v = magnitudes_at(x + i);
+        nan = nan | unordered(v, v);
+        meet(v, i);
+    }
+    if (nan.signs() != 0) {
+        best.value = __builtin_nan("");
+        return;
+    }
+    const R winner = pick(X, value, value.lane(0));
+    vrn_int at = end;
+    for (int l = 0; l < lanes; ++l)
+        if (value.lane(l) == winner && where.lane(l) < at) at = where.lane(l);
+    if (at < 0) return; // what came ahead is as good
+    while (magnitude(x[at]) != winner) ++at;
+    best.value = winner;
+    best.index = at + 1;
+}
+
+template <extreme X, class E>
+vrn_int index_of_extreme(vrn_int n, const E* x, vrn_int incx)
+{
+    using R = real_of<E>;
+    constexpr int lanes = vec<R>::lanes;
+    if (n <= 0 || incx <= 0) return 0;
+    if (n == 1) return 1;
+    running_extreme<X, E> best{static_cast<double>(magnitude(x[0])), 1};
+    vrn_int i = 1;
+    if (incx == 1 && is_natural(x)) {
+        // A vector of complex numbers is loaded in two halves, unaligned: some could never be aligned.
+        if constexpr (simd::element<E>::parts == 1)
+            for (const vrn_int head = 1 + peel_count(x + 1, n - 1); i < head; ++i) best.see(x[i], i);
+        const vrn_int end = n - (n - i) % lanes;
+        if (i < end) vector_stretch(x, i, end, best);
+        i = end;
+    }
+    for (; i < n; ++i) best.see(x[i * incx], i);
+    return best.index;
+}
+
+} // namespace vrn::blas

@@ -1,0 +1,82 @@
+// blas/level1/rot.hpp - plane rotation: (x, y) := (c x + s y, c y - s x), for complex s (c x + s y, c y - conj(s) x).
+// Instantiated by rot.cpp. No case of c and s is special.
+#pragma once
+
+#include "blas/level1/tables.hpp"
+
+namespace vrn::blas {
+
+// Real c and s, on real vectors and on complex ones by parts.
+template <class R>
+struct rot_op : reads_both {
+    static constexpr bool writes_x = true;
+    factor<R> c, s;
+    rot_op(R cosine, R sine) : c(cosine), s(sine) {}
+    template <class V>
+    void operator()(V& x, V& y) const
+    {
+        const V old = x;
+        x = c(x) + s(y);
+        y = c(y) - s(old);
+    }
+    void operator()(cplx<R>& x, cplx<R>& y) const
+    {
+        (*this)(x.re, y.re);
+        (*this)(x.im, y.im);
+    }
+};
+
+// Real c, complex s: products with i change sign in one part only, which is what add-subtract does.
+template <class R>
+struct complex_rot_op : reads_both {
+    static constexpr bool writes_x = true;
+    cplx<R> s1;
+    R c1;
+    vec<R> c, re, im, minus_im;
+    complex_rot_op(R cosine, cplx<R> s)
+        : s1(s), c1(cosine), c(vec<R>::all(cosine)), re(vec<R>::all(s.re)), im(vec<R>::all(s.im)),
+          minus_im(vec<R>::all(-s.im))
+    {
+    }
+    void operator()(vec<R>& x, vec<R>& y) const
+    {
+        const auto old = x;
+        x = c * x + add_sub(re * y, im * swap_parts(y));
+        y = c * y - add_sub(re * old, minus_im * swap_parts(old));
+    }
+    void operator()(cplx<R>& x, cplx<R>& y) const
+    {
+        const auto old = x;
+        x = c1 * x + s1 * y;
+        y = c1 * y - conj(s1) * old;
+    }
+};
+
+template <class R>
+void rot(vrn_int n, R* x, vrn_int incx, R* y, vrn_int incy, R c, R s)
+{
+    if (n < 1) return;
+    const rot_op<R> op(c, s);
+    if (incx == 1 && incy == 1 && is_natural(x) && is_natural(y)) return update_peeled<rot_shape<R>>(op, n, x, y);
+    update_strided(steps<>{}, op, n, x, incx, y, incy);
+}
+
+template <class R>
+void rot(vrn_int n, cplx<R>* x, vrn_int incx, cplx<R>* y, vrn_int incy, R c, R s)
+{
+    if (incx == 1 && incy == 1)
+        return rot(2 * n, reinterpret_cast<R*>(x), 1, reinterpret_cast<R*>(y), 1, c, s);
+    if (n > 0) update_strided(steps<>{}, rot_op<R>(c, s), n, x, incx, y, incy);
+}
+
+template <class R>
+void rot(vrn_int n, cplx<R>* x, vrn_int incx, cplx<R>* y, vrn_int incy, R c, cplx<R> s)
+{
+    using op_type = complex_rot_op<R>;
+    if (n < 1) return;
+    const op_type op(c, s);
+    if (incx != 1 || incy != 1) return update_strided(steps<>{}, op, n, x, incx, y, incy);
+    sweep(typename rot_shape<cplx<R>>::any{}, unit_walk<false, false, op_type, cplx<R>, cplx<R>>{op, x, y}, 0, n);
+}
+
+} // namespace vrn::blas
