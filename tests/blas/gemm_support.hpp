@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <bit>
+#include <concepts>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <limits>
@@ -132,7 +133,7 @@ class matrix {
     vrn_int columns() const { return columns_; }
     T& operator()(vrn_int i, vrn_int j) const { return data_[i + j * ld_]; }
 
-    template <class F>
+    template <std::invocable<vrn_int, vrn_int> F>
     void fill(F&& f) const
     {
         for (vrn_int j = 0; j < columns_; ++j)
