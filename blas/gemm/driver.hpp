@@ -120,7 +120,8 @@ void blocked(const call<T>& o, const mode_traits& mode)
     const vrn_int k_all = mode.loops_k ? o.k : least(o.k, d.k_block);
     for (vrn_int n0 = 0; n0 < o.n; n0 += n_step) {
         const vrn_int nb = least(o.n - n0, n_step);
-        for (vrn_int k0 = 0; k0 < k_all; k0 += d.k_block) {
+        // Once even without depth: the kernel then applies a beta of 0 that was left to it.
+        for (vrn_int k0 = 0; k0 == 0 || k0 < k_all; k0 += d.k_block) {
             const vrn_int kb = least(k_all - k0, d.k_block);
             const vrn_int padded = round_up(kb, d.k_unroll);
             if (!mode.b_given && !mode.b_raw) o.pack_b(k0, kb, n0, nb);

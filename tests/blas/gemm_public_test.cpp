@@ -1,0 +1,278 @@
+// tests/blas/gemm_public_test.cpp - the host's entries of the product, in both integer widths: reports of bad
+// arguments, quick returns, and the same bits on any number of threads, from anywhere, short of memory or not.
+
+#include "tests/blas/gemm_support.hpp"
+#include "tests/support/process.hpp"
+#include "vrn/blas.h"
+#include "vrn/service.h"
+
+#include <omp.h>
+#include <thread>
+#include <vector>
+
+using namespace vrn::test;
+
+namespace {
+
+template <class T, class I>
+using public_function = void(const char*, const char*, const I*, const I*, const I*, const T*, const T*, const I*, const T*,
+                             const I*, const T*, T*, const I*);
+
+template <class T, class I>
+constexpr public_function<T, I>* chosen()
+{
+    if constexpr (sizeof(I) == 8) {
+        if constexpr (sizeof(T) == 4) return vrn_blas_sgemm;
+        else return vrn_blas_dgemm;
+    } else {
+        if constexpr (sizeof(T) == 4) return vrn_blas_lp64_sgemm;
+        else return vrn_blas_lp64_dgemm;
+    }
+}
+
+// An entry with its element and integer type.
+template <class T, class I>
+struct public_entry {
+    using element = T;
+    using integer = I;
+    static constexpr auto call = chosen<T, I>();
+
+    static void multiply(const product<T>& p)
+    {
+        p([](auto* ta, auto* tb, auto* m64, auto* n64, auto* k64, auto* alpha, auto* a, auto* lda64, auto* b, auto* ldb64,
+             auto* beta, auto* c, auto* ldc64) {
+            const auto m = I(*m64), n = I(*n64), k = I(*k64), lda = I(*lda64), ldb = I(*ldb64), ldc = I(*ldc64);
+            call(ta, tb, &m, &n, &k, alpha, a, &lda, b, &ldb, beta, c, &ldc);
+        });
+    }
+};
+
+struct report {
+    std::string routine;
+    std::int64_t argument;
+    bool operator==(const report&) const = default;
+};
+std::vector<report> reports;
+std::ostream& operator<<(std::ostream& out, const report& r) { return out << r.routine << ' ' << r.argument; }
+
+template <class E>
+struct GemmPublic : Gemm<> {
+    void SetUp() override
+    {
+        Gemm<>::SetUp();
+        reports.clear();
+        before = vrn_set_xerbla([](const char* routine, const std::int64_t* argument, std::int64_t length) {
+            reports.push_back({std::string(routine, static_cast<std::size_t>(length)), *argument});
+        });
+    }
+    void TearDown() override
+    {
+        vrn_set_xerbla(before);
+        vrn_set_num_threads(0);
+        Gemm<>::TearDown();
+    }
+    vrn_xerbla_handler before;
+};
+using Entries = testing::Types<public_entry<float, std::int64_t>, public_entry<double, std::int64_t>,
+                               public_entry<float, std::int32_t>, public_entry<double, std::int32_t>>;
+TYPED_TEST_SUITE(GemmPublic, Entries);
+
+// The arguments that are checked; the default is a good call.
+struct arguments {
+    char transa = 'N', transb = 'T';
+    int m = 7, n = 5, k = 3, lda = 7, ldb = 5, ldc = 7;
+};
+
+// Calls with null for every matrix, so that touching one is fatal.
+template <class E>
+std::vector<report> reported(const arguments& x)
+{
+    using I = typename E::integer;
+    const I m = x.m, n = x.n, k = x.k, lda = x.lda, ldb = x.ldb, ldc = x.ldc;
+    const typename E::element one = 1;
+    reports.clear();
+    E::call(&x.transa, &x.transb, &m, &n, &k, &one, nullptr, &lda, nullptr, &ldb, &one, nullptr, &ldc);
+    return reports;
+}
+
+// Below and above the size from which threads are used, with one and several pieces of work in each direction.
+constexpr shape thread_shapes[] = {
+    {9, 9, 9, "unrolled"},
+    {50, 3, 50, "unpacked"},
+    {60, 60, 60, "small"},
+    {99, 100, 100, "just below the threads"},
+    {100, 100, 100, "just there"},
+    {101, 100, 100, "just above"},
+    {161, 513, 257, "a rest in every direction"},
+    {500, 1100, 60, "many pieces"},
+    {4100, 16, 20, "very tall"},
+    {40, 5003, 9, "very wide"},
+    {7, 9, 20000, "very deep"},
+};
+
+} // namespace
+
+TYPED_TEST(GemmPublic, BadArguments)
+{
+    using A = arguments;
+    const std::string routine = sizeof(typename TypeParam::element) == 4 ? "SGEMM" : "DGEMM";
+    // In published order, each leaving those before it alone.
+    const std::pair<std::int64_t, void (*)(A&)> bad[] = {
+        {1, [](A& x) { x.transa = 'X'; }},       {1, [](A& x) { x.transa = '\0'; }},
+        {1, [](A& x) { x.transa = 'N' - '@'; }}, {1, [](A& x) { x.transa = 'N' | '\x80'; }},
+        {2, [](A& x) { x.transb = 'Q'; }},       {2, [](A& x) { x.transb = ' '; }},
+        {3, [](A& x) { x.m = -1; }},             {4, [](A& x) { x.n = -1; }},
+        {5, [](A& x) { x.k = -1; }},             {8, [](A& x) { x.lda = 6; }},
+        {8, [](A& x) { x.lda = -7; }},           {8, [](A& x) { x.transa = 'T', x.lda = 2; }},
+        {8, [](A& x) { x.transa = 'c', x.lda = 2; }},
+        {8, [](A& x) { x.m = 0, x.lda = 0; }},   {8, [](A& x) { x.transa = 't', x.k = 0, x.lda = 0; }},
+        {10, [](A& x) { x.ldb = 4; }},           {10, [](A& x) { x.transb = 'N', x.ldb = 2; }},
+        {10, [](A& x) { x.n = 0, x.ldb = 0; }},  {10, [](A& x) { x.transb = 'n', x.k = 0, x.ldb = 0; }},
+        {13, [](A& x) { x.ldc = 6; }},           {13, [](A& x) { x.m = 0, x.ldc = 0; }}};
+    for (const auto& [number, spoil] : bad) {
+        A x;
+        spoil(x);
+        EXPECT_EQ(reported<TypeParam>(x), (std::vector<report>{{routine, number}})) << number;
+        // The first wins: everything behind it is bad too.
+        if (number < 13) x.ldc = -1;
+        if (number < 10) x.ldb = -1;
+        if (number < 8) x.lda = -1;
+        if (number < 5) x.k = -5;
+        if (number < 4) x.n = -5;
+        if (number < 3) x.m = -5;
+        if (number < 2) x.transb = '?';
+        EXPECT_EQ(reported<TypeParam>(x), (std::vector<report>{{routine, number}})) << number << " and those behind it";
+    }
+}
+
+// The least leading dimensions are right, and nothing is touched where there is nothing to do.
+TYPED_TEST(GemmPublic, QuickReturns)
+{
+    using T = typename TypeParam::element;
+    for (const arguments& x : {arguments{.m = 0, .lda = 1, .ldc = 1}, arguments{.n = 0, .ldb = 1},
+                               arguments{.transa = 'c', .transb = 'n', .m = 0, .lda = 3, .ldb = 3, .ldc = 1}})
+        EXPECT_EQ(reported<TypeParam>(x), std::vector<report>{});
+    // A and B are NaN where alpha is zero; where k is zero they have no element.
+    for (const shape& s : {shape{20, 30, 40, "alpha"}, shape{20, 30, 0, "depth"}, shape{200, 300, 0, "depth, for threads"}})
+        for (const double beta : {0.0, 1.0, 0.5}) {
+            const product<T> p(s, {"NT", s.k == 0 ? 1.0 : 0.0, beta, 0});
+            TypeParam::multiply(p);
+            EXPECT_TRUE(p.sound());
+            EXPECT_EQ(host.asked, 0);
+        }
+    EXPECT_TRUE(reports.empty());
+}
+
+TYPED_TEST(GemmPublic, SameBitsOnAnyNumberOfThreads)
+{
+    using T = typename TypeParam::element;
+    for (const shape& s : thread_shapes)
+        for (const char* letters : {"NN", "tT", "nC", "TN"})
+            for (const auto& [alpha, beta] : {std::pair{1.0, 0.0}, {-0.5, 0.75}}) {
+                if (sizeof(typename TypeParam::integer) == 4 && (beta == 0 || *letters == 'n')) continue; // one body
+                const product<T> first(s, {letters, alpha, beta});
+                vrn_set_num_threads(1);
+                TypeParam::multiply(first);
+                EXPECT_TRUE(first.sound());
+                for (const int threads : {2, 3, 5}) {
+                    vrn_set_num_threads(threads);
+                    const product<T> p(s, {letters, alpha, beta, threads, threads % 2, 1, threads - 2});
+                    TypeParam::multiply(p);
+                    ASSERT_TRUE(p.a.intact() && p.b.intact() && p.c.intact() && same_bits(p.c, first.c))
+                        << threads << " threads: " << p;
+                }
+            }
+    EXPECT_TRUE(reports.empty());
+    // The runtime keeps the threads it made, so that this tells whether there were any.
+    EXPECT_GE(lines_of("ls /proc/" + std::to_string(getpid()) + "/task").size(), 5u);
+}
+
+namespace {
+
+// A product for threads, its result on one, and calls that must give the same.
+template <class E>
+struct repeated {
+    using T = typename E::element;
+    static product<T> fresh() { return {{150, 600, 270, "for threads"}, {"NT", 1, 0.5}}; }
+    product<T> expected = fresh();
+    repeated()
+    {
+        vrn_set_num_threads(1);
+        E::multiply(expected);
+        vrn_set_num_threads(3);
+    }
+    bool same_again() const
+    {
+        const product<T> p = fresh();
+        E::multiply(p);
+        return p.c.intact() && same_bits(p.c, expected.c);
+    }
+};
+
+} // namespace
+
+TYPED_TEST(GemmPublic, FromManyUserThreads)
+{
+    const repeated<TypeParam> product;
+    std::atomic<int> same{0};
+    std::vector<std::thread> users;
+    for (int i = 0; i < 4; ++i)
+        users.emplace_back([&] {
+            for (int round = 0; round < 3; ++round) same += product.same_again();
+        });
+    for (std::thread& user : users) user.join();
+    EXPECT_EQ(same, 12);
+}
+
+TYPED_TEST(GemmPublic, InsideAParallelRegion)
+{
+    const repeated<TypeParam> product;
+    std::atomic<int> same{0}, calls{0};
+#pragma omp parallel num_threads(3)
+    {
+        ++calls;
+        same += product.same_again();
+    }
+    EXPECT_EQ(same, calls);
+    // Only some of the region's threads call: none may wait for the others.
+    same = calls = 0;
+#pragma omp parallel num_threads(3)
+    if (omp_get_thread_num() == 0) {
+        ++calls;
+        same += product.same_again();
+    }
+    EXPECT_EQ(same, calls);
+}
+
+// The parent's threads do not come along.
+TYPED_TEST(GemmPublic, InTheChildOfAFork)
+{
+    const repeated<TypeParam> product;
+    ASSERT_TRUE(product.same_again());
+    const ending child = in_child([&] { return product.same_again() ? 0 : 1; });
+    EXPECT_TRUE(child.exited(0)) << child.status << ' ' << child.err;
+}
+
+// Every request for memory fails once, alone and with all behind it.
+TYPED_TEST(GemmPublic, WithoutMemory)
+{
+    using T = typename TypeParam::element;
+    for (const shape& s : {shape{90, 80, 70, "one thread"}, shape{170, 520, 300, "several"}})
+        for (const int threads : {1, 2})
+            for (const bool alone : {true, false})
+                for (const auto& [alpha, beta] : {std::pair{1.0, 0.0}, {-0.5, 0.75}})
+                    for (long good = 0;; ++good) {
+                        host.refuse(good, alone ? good + 1 : host.never);
+                        vrn_set_num_threads(threads);
+                        const product<T> p(s, {good % 2 ? "TN" : "NT", alpha, beta});
+                        TypeParam::multiply(p);
+                        ASSERT_TRUE(p.sound()) << threads << " threads, " << good << " good requests, alone " << alone;
+                        EXPECT_EQ(host.live, 0);
+                        if (host.refused == 0) break;
+                        // Shared panels that cannot be had are given up without a word, and one thread tries alone.
+                        if (threads == 1 || good > 0 || !alone) {
+                            EXPECT_GE(host.warnings, 1);
+                            EXPECT_STREQ(host.warned, sizeof(T) == 4 ? "SGEMM" : "DGEMM");
+                        }
+                    }
+}
