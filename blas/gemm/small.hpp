@@ -161,4 +161,8 @@ void gemm(vrn_int k, const operands<T>& o)
     kernels[k - 1](o);
 }
 
+// Instantiated by small.cpp: the unrolled kernels are the bulk of this folder's code.
+extern template void gemm(vrn_int, const operands<float>&);
+extern template void gemm(vrn_int, const operands<double>&);
+
 } // namespace vrn::blas::small
