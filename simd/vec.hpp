@@ -47,7 +47,7 @@ struct vec<double> {
     double sum() const { return _mm_cvtsd_f64(_mm_add_sd(v, _mm_unpackhi_pd(v, v))); }
     double lane(int i) const { return _mm_cvtsd_f64(i == 0 ? v : _mm_unpackhi_pd(v, v)); }
 
-    friend vec abs(vec a) { return {_mm_andnot_pd(_mm_set1_pd(-0.0), a.v)}; }
+    friend vec abs(vec a) { return {_mm_and_pd(a.v, _mm_castsi128_pd(_mm_set1_epi64x(INT64_MAX)))}; }
     // Where either is NaN these give b.
     friend vec max(vec a, vec b) { return {_mm_max_pd(a.v, b.v)}; }
     friend vec min(vec a, vec b) { return {_mm_min_pd(a.v, b.v)}; }
@@ -121,7 +121,7 @@ struct vec<float> {
         return all[i];
     }
 
-    friend vec abs(vec a) { return {_mm_andnot_ps(_mm_set1_ps(-0.0f), a.v)}; }
+    friend vec abs(vec a) { return {_mm_and_ps(a.v, _mm_castsi128_ps(_mm_set1_epi32(INT32_MAX)))}; }
     friend vec max(vec a, vec b) { return {_mm_max_ps(a.v, b.v)}; }
     friend vec min(vec a, vec b) { return {_mm_min_ps(a.v, b.v)}; }
 
