@@ -62,6 +62,8 @@ struct vec<double> {
     friend vec operator|(vec a, vec b) { return {_mm_or_pd(a.v, b.v)}; }
     int signs() const { return _mm_movemask_pd(v); } // the sign of lane i in bit i
 
+    friend vec swap_halves(vec a) { return {_mm_shuffle_pd(a.v, a.v, 1)}; }
+
     // As one complex number.
     friend vec swap_parts(vec a) { return {_mm_shuffle_pd(a.v, a.v, 1)}; }
     static vec pair(double re, double im) { return {_mm_setr_pd(re, im)}; }
@@ -131,6 +133,8 @@ struct vec<float> {
     friend vec unordered(vec a, vec b) { return {_mm_cmpunord_ps(a.v, b.v)}; }
     friend vec operator|(vec a, vec b) { return {_mm_or_ps(a.v, b.v)}; }
     int signs() const { return _mm_movemask_ps(v); }
+
+    friend vec swap_halves(vec a) { return {_mm_shuffle_ps(a.v, a.v, 0x4e)}; }
 
     // As two complex numbers.
     friend vec swap_parts(vec a) { return {_mm_shuffle_ps(a.v, a.v, 0xb1)}; }

@@ -148,22 +148,22 @@ template <int... Blocks, class Walk>
     for (i = blocks(chain, walk, i, n); i < n; ++i) walk.one(i);
 }
 
-// The paths below are functions of their own, with the scalars by value: an entry decides and jumps, and a short
-// vector does not pay for the registers that another path saves.
-
-template <bool AlignedX, bool AlignedY, class Chain, class Op, class X, class E, class... Scalars>
-[[gnu::noinline]] void update_unit(vrn_int n, X* x, E* y, Scalars... scalars)
-{
-    sweep(Chain{}, unit_walk<AlignedX, AlignedY, Op, X, E>{Op(scalars...), x, y}, 0, n);
-}
-
 template <bool AlignedX, class Chain, class Op, class X, class E, class... Scalars>
-[[gnu::noinline]] void update_peeled_to(vrn_int n, X* x, E* y, Scalars... scalars)
+[[gnu::always_inline]] inline void sweep_peeled(vrn_int n, X* x, E* y, Scalars... scalars)
 {
     const unit_walk<AlignedX, true, Op, X, E> walk{Op(scalars...), x, y};
-    const vrn_int peel = peel_count(y, n);
-    for (vrn_int i = 0; i < peel; ++i) walk.one(i);
-    sweep(Chain{}, walk, peel, n);
+    vrn_int i = 0;
+    if (place(y) != 0) [[unlikely]]
+        for (const vrn_int peel = peel_count(y, n); i < peel; ++i) walk.one(i);
+    sweep(Chain{}, walk, i, n);
+}
+
+// The less common paths are functions of their own, with the scalars by value: an entry jumps there, and a short
+// vector does not pay for the registers that another path saves.
+template <class Chain, class Op, class X, class E, class... Scalars>
+[[gnu::noinline]] void update_apart(vrn_int n, X* x, E* y, Scalars... scalars)
+{
+    sweep_peeled<false, Chain, Op>(n, x, y, scalars...);
 }
 
 // Unit strides of a naturally aligned real type. `together` where x and y lie alike within 16 bytes, `apart`
@@ -171,12 +171,15 @@ template <bool AlignedX, class Chain, class Op, class X, class E, class... Scala
 template <class Shape, class Op, class X, class E, class... Scalars>
 [[gnu::always_inline]] inline void update_peeled(vrn_int n, X* x, E* y, Scalars... scalars)
 {
-    if constexpr (!Op::reads_x) {
-        update_peeled_to<true, typename Shape::together, Op>(n, x, y, scalars...);
-    } else {
-        if (place(x) == place(y)) update_peeled_to<true, typename Shape::together, Op>(n, x, y, scalars...);
-        else update_peeled_to<false, typename Shape::apart, Op>(n, x, y, scalars...);
-    }
+    if constexpr (Op::reads_x)
+        if (place(x) != place(y)) return update_apart<typename Shape::apart, Op>(n, x, y, scalars...);
+    sweep_peeled<true, typename Shape::together, Op>(n, x, y, scalars...);
+}
+
+template <bool AlignedX, bool AlignedY, class Chain, class Op, class X, class E, class... Scalars>
+[[gnu::always_inline]] inline void update_unit(vrn_int n, X* x, E* y, Scalars... scalars)
+{
+    sweep(Chain{}, unit_walk<AlignedX, AlignedY, Op, X, E>{Op(scalars...), x, y}, 0, n);
 }
 
 template <class Op, class X, class E>
@@ -231,11 +234,12 @@ template <class Shape, class Op, class E, class... Scalars>
 {
     const bool unit = unit_strides(incx, incy);
     if constexpr (simd::element<E>::parts == 2) {
-        if (unit) update_unit<false, false, typename Shape::any, Op>(n, x, y, scalars...);
-        else update_strided<steps<>, Op>(n, x, incx, y, incy, scalars...);
+        if (!unit) return update_strided<steps<>, Op>(n, x, incx, y, incy, scalars...);
+        update_unit<false, false, typename Shape::any, Op>(n, x, y, scalars...);
     } else {
-        if (unit && is_natural(x) && is_natural(y)) update_peeled<Shape, Op>(n, x, y, scalars...);
-        else update_strided<typename Shape::strided, Op>(n, x, incx, y, incy, scalars...);
+        if (!unit || !is_natural(x) || !is_natural(y))
+            return update_strided<typename Shape::strided, Op>(n, x, incx, y, incy, scalars...);
+        update_peeled<Shape, Op>(n, x, y, scalars...);
     }
 }
 
