@@ -60,8 +60,10 @@ TEST(Level1Dot, SingleSummedInDouble)
                                 const int64_t*)>("sdsdot");
     const float sb = 1.0f / 3;
     sweep_two<float>([&](int64_t n, int64_t incx, int64_t incy, int ox, int oy, data kind) {
-        const auto xv = seen(n, incx, random_values<float>(n, 1, kind));
-        const auto yv = seen(n, incy, random_values<float>(n, 2, kind));
+        // Exponents apart, or sums of such short products would hardly ever be rounded in double.
+        auto spread = random_values<float>(n, 1, kind);
+        for (std::size_t i = 0; i < spread.size(); ++i) spread[i] = std::ldexp(spread[i], static_cast<int>(i * 7 % 31));
+        const auto xv = seen(n, incx, spread), yv = seen(n, incy, random_values<float>(n, 2, kind));
         strided<float> x(n, incx, ox, xv), y(n, incy, oy, yv);
         std::vector<double> terms;
         for (std::size_t i = 0; i < xv.size(); ++i) terms.push_back(double{xv[i]} * double{yv[i]});
