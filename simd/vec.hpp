@@ -47,7 +47,7 @@ struct vec<double> {
     double sum() const { return _mm_cvtsd_f64(_mm_add_sd(v, _mm_unpackhi_pd(v, v))); }
     double lane(int i) const { return _mm_cvtsd_f64(i == 0 ? v : _mm_unpackhi_pd(v, v)); }
 
-    friend vec abs(vec a) { return {_mm_andnot_pd(_mm_set1_pd(-0.0), a.v)}; }
+    friend vec abs(vec a) { return {_mm_and_pd(a.v, _mm_castsi128_pd(_mm_set1_epi64x(INT64_MAX)))}; }
     // Where either is NaN these give b.
     friend vec max(vec a, vec b) { return {_mm_max_pd(a.v, b.v)}; }
     friend vec min(vec a, vec b) { return {_mm_min_pd(a.v, b.v)}; }
@@ -61,6 +61,8 @@ struct vec<double> {
     friend vec unordered(vec a, vec b) { return {_mm_cmpunord_pd(a.v, b.v)}; }
     friend vec operator|(vec a, vec b) { return {_mm_or_pd(a.v, b.v)}; }
     int signs() const { return _mm_movemask_pd(v); } // the sign of lane i in bit i
+
+    friend vec swap_halves(vec a) { return {_mm_shuffle_pd(a.v, a.v, 1)}; }
 
     // As one complex number.
     friend vec swap_parts(vec a) { return {_mm_shuffle_pd(a.v, a.v, 1)}; }
@@ -121,7 +123,7 @@ struct vec<float> {
         return all[i];
     }
 
-    friend vec abs(vec a) { return {_mm_andnot_ps(_mm_set1_ps(-0.0f), a.v)}; }
+    friend vec abs(vec a) { return {_mm_and_ps(a.v, _mm_castsi128_ps(_mm_set1_epi32(INT32_MAX)))}; }
     friend vec max(vec a, vec b) { return {_mm_max_ps(a.v, b.v)}; }
     friend vec min(vec a, vec b) { return {_mm_min_ps(a.v, b.v)}; }
 
@@ -131,6 +133,8 @@ struct vec<float> {
     friend vec unordered(vec a, vec b) { return {_mm_cmpunord_ps(a.v, b.v)}; }
     friend vec operator|(vec a, vec b) { return {_mm_or_ps(a.v, b.v)}; }
     int signs() const { return _mm_movemask_ps(v); }
+
+    friend vec swap_halves(vec a) { return {_mm_shuffle_ps(a.v, a.v, 0x4e)}; }
 
     // As two complex numbers.
     friend vec swap_parts(vec a) { return {_mm_shuffle_ps(a.v, a.v, 0xb1)}; }

@@ -32,32 +32,16 @@ struct scaled_copy_op : reads_both {
     }
 };
 
-template <class Op, class E>
-void axpby_by(const Op& op, vrn_int n, const E* x, vrn_int incx, E* y, vrn_int incy)
+template <class E>
+[[gnu::always_inline]] inline void axpby(vrn_int n, E alpha, const E* x, vrn_int incx, E beta, E* y, vrn_int incy)
 {
     using shape = axpby_shape<E>;
-    if constexpr (simd::element<E>::parts == 2) {
-        if (unit_strides(incx, incy))
-            sweep(typename shape::any{}, unit_walk<false, false, Op, const E, E>{op, x, y}, 0, n);
-        else
-            update_strided(steps<>{}, op, n, x, incx, y, incy);
-    } else {
-        if (unit_strides(incx, incy) && is_natural(x) && is_natural(y))
-            update_peeled<shape>(op, n, x, y);
-        else
-            update_strided(typename shape::strided{}, op, n, x, incx, y, incy);
-    }
-}
-
-template <class E>
-void axpby(vrn_int n, E alpha, const E* x, vrn_int incx, E beta, E* y, vrn_int incy)
-{
     const E one = simd::unity<E>;
     if (n < 1 || (alpha == E{} && beta == one)) return;
-    if (beta == E{}) return axpby_by(scaled_copy_op<E>(alpha), n, x, incx, y, incy);
+    if (beta == E{}) return update_two<shape, scaled_copy_op<E>>(n, x, incx, y, incy, alpha);
     if constexpr (simd::element<E>::parts == 2)
-        if (beta == one) return axpby_by(axpy_op<E>(alpha), n, x, incx, y, incy);
-    axpby_by(axpby_op<E>(alpha, beta), n, x, incx, y, incy);
+        if (beta == one) return update_two<shape, axpy_op<E>>(n, x, incx, y, incy, alpha);
+    update_two<shape, axpby_op<E>>(n, x, incx, y, incy, alpha, beta);
 }
 
 } // namespace vrn::blas

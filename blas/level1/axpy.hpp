@@ -19,22 +19,10 @@ struct axpy_op : reads_both {
 };
 
 template <class E>
-void axpy(vrn_int n, E alpha, const E* x, vrn_int incx, E* y, vrn_int incy)
+[[gnu::always_inline]] inline void axpy(vrn_int n, E alpha, const E* x, vrn_int incx, E* y, vrn_int incy)
 {
-    using shape = axpy_shape<E>;
     if (n <= 0 || alpha == E{}) return;
-    const axpy_op<E> op(alpha);
-    if constexpr (simd::element<E>::parts == 2) {
-        if (unit_strides(incx, incy))
-            sweep(typename shape::any{}, unit_walk<false, false, axpy_op<E>, const E, E>{op, x, y}, 0, n);
-        else
-            update_strided(steps<>{}, op, n, x, incx, y, incy);
-    } else {
-        if (unit_strides(incx, incy) && is_natural(x) && is_natural(y))
-            update_peeled<shape>(op, n, x, y);
-        else
-            update_strided(typename shape::strided{}, op, n, x, incx, y, incy);
-    }
+    update_two<axpy_shape<E>, axpy_op<E>>(n, x, incx, y, incy, alpha);
 }
 
 } // namespace vrn::blas

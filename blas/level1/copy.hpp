@@ -33,33 +33,32 @@ struct shifted_copy {
     }
 };
 
-template <class R>
-void copy(vrn_int n, const R* x, vrn_int incx, R* y, vrn_int incy)
+[[gnu::noinline]] inline void copy_shifted(vrn_int n, const double* x, double* y)
 {
-    using shape = copy_shape<R>;
-    if (n <= 0) return;
-    const copy_op op;
-    if (!unit_strides(incx, incy) || !is_natural(x) || !is_natural(y))
-        return update_strided(typename shape::strided{}, op, n, x, incx, y, incy);
-    if constexpr (sizeof(R) == 8) {
-        if (place(x) != place(y)) {
-            vrn_int i = 0;
-            if (place(y) != 0) y[i] = x[i], i = 1;
-            if (i == n) return;
-            // Each group reads one element ahead, so the last element is left over.
-            i = blocks(typename shape::apart{}, shifted_copy{x, y, vec<double>::all(x[i])}, i, n - 1);
-            for (; i < n; ++i) y[i] = x[i];
-            return;
-        }
-    }
-    update_peeled<shape>(op, n, x, y);
+    vrn_int i = 0;
+    if (place(y) != 0) y[i] = x[i], i = 1;
+    // Each group reads one element ahead, so the last element is left over.
+    if (i < n) i = blocks(copy_shape<double>::apart{}, shifted_copy{x, y, vec<double>::all(x[i])}, i, n - 1);
+    for (; i < n; ++i) y[i] = x[i];
 }
 
 template <class R>
-void copy(vrn_int n, const cplx<R>* x, vrn_int incx, cplx<R>* y, vrn_int incy)
+[[gnu::always_inline]] inline void copy(vrn_int n, const R* x, vrn_int incx, R* y, vrn_int incy)
 {
-    if (unit_strides(incx, incy)) return copy(2 * n, reinterpret_cast<const R*>(x), 1, reinterpret_cast<R*>(y), 1);
-    if (n > 0) update_strided(steps<>{}, copy_op{}, n, x, incx, y, incy);
+    using shape = copy_shape<R>;
+    if (n <= 0) return;
+    if (!unit_strides(incx, incy) || !is_natural(x) || !is_natural(y))
+        return update_strided<typename shape::strided, copy_op>(n, x, incx, y, incy);
+    if constexpr (sizeof(R) == 8)
+        if (place(x) != place(y)) return copy_shifted(n, x, y);
+    update_peeled<shape, copy_op>(n, x, y);
+}
+
+template <class R>
+[[gnu::always_inline]] inline void copy(vrn_int n, const cplx<R>* x, vrn_int incx, cplx<R>* y, vrn_int incy)
+{
+    if (unit_strides(incx, incy)) return copy(2 * n, &x->re, 1, &y->re, 1);
+    if (n > 0) update_strided<steps<>, copy_op>(n, x, incx, y, incy);
 }
 
 } // namespace vrn::blas

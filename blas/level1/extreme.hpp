@@ -24,6 +24,12 @@ struct order_of {
     static V better(V a, V b) { return X == extreme::largest ? max(a, b) : min(a, b); }
     // Lanes where b is to replace a.
     static V replaces(V b, V a) { return X == extreme::largest ? not_less_equal(b, a) : not_greater_equal(b, a); }
+    // The best of all lanes, in every lane.
+    static V across(V a)
+    {
+        a = better(a, swap_halves(a));
+        return V::lanes == 2 ? a : better(a, swap_parts(a));
+    }
     static bool keeps(double a, double b) { return X == extreme::largest ? a >= b : a <= b; }
 };
 
@@ -65,12 +71,16 @@ template <class R>
     return add_pairs(abs(vec<R>::loadu(p)), abs(vec<R>::loadu(p + vec<R>::lanes)));
 }
 
-template <class R>
-R pick(extreme x, vec<R> v, R a)
+// First of the groups from x on that holds the winner, as an offset; one of them does.
+template <int Groups, class R, class E>
+[[gnu::always_inline]] inline vrn_int offset_of(vec<R> winner, const E* x)
 {
-    for (int l = 0; l < vec<R>::lanes; ++l)
-        if (x == extreme::largest ? v.lane(l) > a : v.lane(l) < a) a = v.lane(l);
-    return a;
+    unsigned long found = 0;
+    unroll<Groups>([&](auto g) __attribute__((always_inline)) {
+        constexpr int at = g * vec<R>::lanes;
+        found |= static_cast<unsigned long>(equal(magnitudes_at(x + at), winner).signs()) << at;
+    });
+    return __builtin_ctzl(found);
 }
 
 // Elements first .. first + groups * lanes - 1. `best` is what came ahead of them.
@@ -97,6 +107,7 @@ void vector_stretch(const E* x, vrn_int first, vrn_int end, running_extreme<X, E
                            order::better(order::better(a[4], a[5]), order::better(a[6], a[7]))),
              i);
     }
+    const vrn_int blocks_end = i;
     for (; i < end; i += lanes) {
         const V v = magnitudes_at(x + i);
         nan = nan | unordered(v, v);
@@ -106,14 +117,14 @@ void vector_stretch(const E* x, vrn_int first, vrn_int end, running_extreme<X, E
         best.value = __builtin_nan("");
         return;
     }
-    const R winner = pick(X, value, value.lane(0));
+    const V winner = order::across(value);
+    const int holders = equal(value, winner).signs();
     vrn_int at = end;
     for (int l = 0; l < lanes; ++l)
-        if (value.lane(l) == winner && where.lane(l) < at) at = where.lane(l);
+        if ((holders >> l & 1) != 0 && where.lane(l) < at) at = where.lane(l);
     if (at < 0) return; // what came ahead is as good
-    while (magnitude(x[at]) != winner) ++at;
-    best.value = winner;
-    best.index = at + 1;
+    best.index = 1 + at + (at < blocks_end ? offset_of<groups>(winner, x + at) : offset_of<1>(winner, x + at));
+    best.value = winner.lane(0);
 }
 
 template <extreme X, class E>

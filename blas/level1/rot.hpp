@@ -53,30 +53,28 @@ struct complex_rot_op : reads_both {
 };
 
 template <class R>
-void rot(vrn_int n, R* x, vrn_int incx, R* y, vrn_int incy, R c, R s)
+[[gnu::always_inline]] inline void rot(vrn_int n, R* x, vrn_int incx, R* y, vrn_int incy, R c, R s)
 {
     if (n < 1) return;
-    const rot_op<R> op(c, s);
-    if (incx == 1 && incy == 1 && is_natural(x) && is_natural(y)) return update_peeled<rot_shape<R>>(op, n, x, y);
-    update_strided(steps<>{}, op, n, x, incx, y, incy);
+    if (incx == 1 && incy == 1 && is_natural(x) && is_natural(y))
+        return update_peeled<rot_shape<R>, rot_op<R>>(n, x, y, c, s);
+    update_strided<steps<>, rot_op<R>>(n, x, incx, y, incy, c, s);
 }
 
 template <class R>
-void rot(vrn_int n, cplx<R>* x, vrn_int incx, cplx<R>* y, vrn_int incy, R c, R s)
+[[gnu::always_inline]] inline void rot(vrn_int n, cplx<R>* x, vrn_int incx, cplx<R>* y, vrn_int incy, R c, R s)
 {
-    if (incx == 1 && incy == 1)
-        return rot(2 * n, reinterpret_cast<R*>(x), 1, reinterpret_cast<R*>(y), 1, c, s);
-    if (n > 0) update_strided(steps<>{}, rot_op<R>(c, s), n, x, incx, y, incy);
+    if (incx == 1 && incy == 1) return rot(2 * n, &x->re, 1, &y->re, 1, c, s);
+    if (n > 0) update_strided<steps<>, rot_op<R>>(n, x, incx, y, incy, c, s);
 }
 
 template <class R>
-void rot(vrn_int n, cplx<R>* x, vrn_int incx, cplx<R>* y, vrn_int incy, R c, cplx<R> s)
+[[gnu::always_inline]] inline void rot(vrn_int n, cplx<R>* x, vrn_int incx, cplx<R>* y, vrn_int incy, R c, cplx<R> s)
 {
-    using op_type = complex_rot_op<R>;
+    using op = complex_rot_op<R>;
     if (n < 1) return;
-    const op_type op(c, s);
-    if (incx != 1 || incy != 1) return update_strided(steps<>{}, op, n, x, incx, y, incy);
-    sweep(typename rot_shape<cplx<R>>::any{}, unit_walk<false, false, op_type, cplx<R>, cplx<R>>{op, x, y}, 0, n);
+    if (incx == 1 && incy == 1) return update_unit<false, false, typename rot_shape<cplx<R>>::any, op>(n, x, y, c, s);
+    update_strided<steps<>, op>(n, x, incx, y, incy, c, s);
 }
 
 } // namespace vrn::blas

@@ -20,39 +20,44 @@ struct scal_op : reads_both {
     }
 };
 
+// A complex vector; the factor comes by value and the place of x decides between aligned and unaligned loops.
+template <class R>
+[[gnu::noinline]] void scal_complex_unit(vrn_int n, cplx<R> alpha, cplx<R>* x)
+{
+    using E = cplx<R>;
+    using chain = typename scal_shape<E>::any;
+    const scal_op<E> op(alpha);
+    const unit_walk<true, true, scal_op<E>, E, E> aligned{op, x, x};
+    // Eight bytes off, one single-precision number brings the rest into line; no number of doubles would.
+    const bool by_one = sizeof(E) == 8 && place(x) == 8;
+    if (by_one) aligned.one(0);
+    if (by_one || place(x) == 0) sweep(chain{}, aligned, by_one, n);
+    else sweep(chain{}, unit_walk<false, false, scal_op<E>, E, E>{op, x, x}, 0, n);
+}
+
 template <class E>
-void scal(vrn_int n, E alpha, E* x, vrn_int incx)
+[[gnu::always_inline]] inline void scal(vrn_int n, E alpha, E* x, vrn_int incx)
 {
     using shape = scal_shape<E>;
-    using op_type = scal_op<E>;
+    using op = scal_op<E>;
     if (n <= 0 || alpha == simd::unity<E>) return;
-    const op_type op(alpha);
     const bool unit = incx == 1 || incx == -1;
     if constexpr (simd::element<E>::parts == 2) {
-        if (!unit) return update_strided(steps<>{}, op, n, x, incx, x, incx);
-        // Eight bytes off, one single-precision number brings the rest into line; no number of doubles would.
-        const unit_walk<true, true, op_type, E, E> aligned{op, x, x};
-        if (place(x) == 0) return sweep(typename shape::any{}, aligned, 0, n);
-        if (sizeof(E) == 8 && place(x) == 8) {
-            aligned.one(0);
-            return sweep(typename shape::any{}, aligned, 1, n);
-        }
-        sweep(typename shape::any{}, unit_walk<false, false, op_type, E, E>{op, x, x}, 0, n);
+        if (unit) scal_complex_unit(n, alpha, x);
+        else update_strided<steps<>, op>(n, x, incx, x, incx, alpha);
     } else {
-        if (unit && is_natural(x))
-            update_peeled<shape>(op, n, x, x);
-        else
-            update_strided(typename shape::strided{}, op, n, x, incx, x, incx);
+        if (unit && is_natural(x)) update_peeled<shape, op>(n, x, x, alpha);
+        else update_strided<typename shape::strided, op>(n, x, incx, x, incx, alpha);
     }
 }
 
 // Complex vector, real factor: at unit stride twice as many reals.
 template <class R>
-void scal_by_real(vrn_int n, R alpha, cplx<R>* x, vrn_int incx)
+[[gnu::always_inline]] inline void scal_by_real(vrn_int n, R alpha, cplx<R>* x, vrn_int incx)
 {
-    if (incx == 1) return scal(2 * n, alpha, reinterpret_cast<R*>(x), 1);
+    if (incx == 1) return scal(2 * n, alpha, &x->re, 1);
     if (n <= 0 || alpha == R{1}) return;
-    update_strided(scal_real_by_complex_strided{}, scal_op<cplx<R>, R>(alpha), n, x, incx, x, incx);
+    update_strided<scal_real_by_complex_strided, scal_op<cplx<R>, R>>(n, x, incx, x, incx, alpha);
 }
 
 } // namespace vrn::blas

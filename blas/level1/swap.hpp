@@ -36,7 +36,7 @@ struct shifted_swap {
     }
 };
 
-inline void swap_shifted(vrn_int n, double* x, double* y)
+[[gnu::noinline]] inline void swap_shifted(vrn_int n, double* x, double* y)
 {
     const unit_walk<false, false, swap_op, double, double> single{{}, x, y};
     vrn_int i = 0;
@@ -51,37 +51,34 @@ inline void swap_shifted(vrn_int n, double* x, double* y)
     for (; i < n; ++i) single.one(i);
 }
 
-inline void swap(vrn_int n, double* x, vrn_int incx, double* y, vrn_int incy)
+[[gnu::always_inline]] inline void swap(vrn_int n, double* x, vrn_int incx, double* y, vrn_int incy)
 {
     if (n <= 0) return;
-    const swap_op op;
     if (!unit_strides(incx, incy) || !is_natural(x) || !is_natural(y))
-        return update_strided(swap_shape_double::strided{}, op, n, x, incx, y, incy);
+        return update_strided<swap_shape_double::strided, swap_op>(n, x, incx, y, incy);
     if (place(x) != place(y)) return swap_shifted(n, x, y);
-    update_peeled<swap_shape_double>(op, n, x, y);
+    update_peeled<swap_shape_double, swap_op>(n, x, y);
 }
 
 // float and cplx<float>.
 template <class E>
-void swap(vrn_int n, E* x, vrn_int incx, E* y, vrn_int incy)
+[[gnu::always_inline]] inline void swap(vrn_int n, E* x, vrn_int incx, E* y, vrn_int incy)
 {
-    const swap_op op;
+    using chain = swap_shape_single;
     if (n <= 0) return;
-    if (!unit_strides(incx, incy)) return update_strided(steps<>{}, op, n, x, incx, y, incy);
-    const swap_shape_single chain;
+    if (!unit_strides(incx, incy)) return update_strided<steps<>, swap_op>(n, x, incx, y, incy);
     switch ((place(x) == 0 ? 2 : 0) + (place(y) == 0 ? 1 : 0)) {
-    case 3: return sweep(chain, unit_walk<true, true, swap_op, E, E>{op, x, y}, 0, n);
-    case 2: return sweep(chain, unit_walk<true, false, swap_op, E, E>{op, x, y}, 0, n);
-    case 1: return sweep(chain, unit_walk<false, true, swap_op, E, E>{op, x, y}, 0, n);
-    default: return sweep(chain, unit_walk<false, false, swap_op, E, E>{op, x, y}, 0, n);
+    case 3: return update_unit<true, true, chain, swap_op>(n, x, y);
+    case 2: return update_unit<true, false, chain, swap_op>(n, x, y);
+    case 1: return update_unit<false, true, chain, swap_op>(n, x, y);
+    default: return update_unit<false, false, chain, swap_op>(n, x, y);
     }
 }
 
-inline void swap(vrn_int n, cplx<double>* x, vrn_int incx, cplx<double>* y, vrn_int incy)
+[[gnu::always_inline]] inline void swap(vrn_int n, cplx<double>* x, vrn_int incx, cplx<double>* y, vrn_int incy)
 {
-    if (unit_strides(incx, incy))
-        return swap(2 * n, reinterpret_cast<double*>(x), 1, reinterpret_cast<double*>(y), 1);
-    if (n > 0) update_strided(steps<>{}, swap_op{}, n, x, incx, y, incy);
+    if (unit_strides(incx, incy)) return swap(2 * n, &x->re, 1, &y->re, 1);
+    if (n > 0) update_strided<steps<>, swap_op>(n, x, incx, y, incy);
 }
 
 } // namespace vrn::blas

@@ -70,7 +70,7 @@ template <bool AlignedX, bool AlignedY, class Op, class X, class E>
 struct unit_walk {
     using R = real_of<E>;
     using V = vec<R>;
-    const Op& op;
+    Op op; // a copy: reached through a reference its factors would be loaded again after every store
     X* x;
     E* y;
 
@@ -148,22 +148,43 @@ template <int... Blocks, class Walk>
     for (i = blocks(chain, walk, i, n); i < n; ++i) walk.one(i);
 }
 
+template <bool AlignedX, class Chain, class Op, class X, class E, class... Scalars>
+[[gnu::always_inline]] inline void sweep_peeled(vrn_int n, X* x, E* y, Scalars... scalars)
+{
+    const unit_walk<AlignedX, true, Op, X, E> walk{Op(scalars...), x, y};
+    vrn_int i = 0;
+    if (place(y) != 0) [[unlikely]]
+        for (const vrn_int peel = peel_count(y, n); i < peel; ++i) walk.one(i);
+    sweep(Chain{}, walk, i, n);
+}
+
+// The less common paths are functions of their own, with the scalars by value: an entry jumps there, and a short
+// vector does not pay for the registers that another path saves.
+template <class Chain, class Op, class X, class E, class... Scalars>
+[[gnu::noinline]] void update_apart(vrn_int n, X* x, E* y, Scalars... scalars)
+{
+    sweep_peeled<false, Chain, Op>(n, x, y, scalars...);
+}
+
 // Unit strides of a naturally aligned real type. `together` where x and y lie alike within 16 bytes, `apart`
 // where only y can be aligned.
-template <class Shape, class Op, class X, class E>
-inline void update_peeled(const Op& op, vrn_int n, X* x, E* y)
+template <class Shape, class Op, class X, class E, class... Scalars>
+[[gnu::always_inline]] inline void update_peeled(vrn_int n, X* x, E* y, Scalars... scalars)
 {
-    const unit_walk<true, true, Op, X, E> aligned{op, x, y};
-    const vrn_int peel = peel_count(y, n);
-    for (vrn_int i = 0; i < peel; ++i) aligned.one(i);
-    if (!Op::reads_x || place(x) == place(y)) return sweep(typename Shape::together{}, aligned, peel, n);
     if constexpr (Op::reads_x)
-        sweep(typename Shape::apart{}, unit_walk<false, true, Op, X, E>{op, x, y}, peel, n);
+        if (place(x) != place(y)) return update_apart<typename Shape::apart, Op>(n, x, y, scalars...);
+    sweep_peeled<true, typename Shape::together, Op>(n, x, y, scalars...);
+}
+
+template <bool AlignedX, bool AlignedY, class Chain, class Op, class X, class E, class... Scalars>
+[[gnu::always_inline]] inline void update_unit(vrn_int n, X* x, E* y, Scalars... scalars)
+{
+    sweep(Chain{}, unit_walk<AlignedX, AlignedY, Op, X, E>{Op(scalars...), x, y}, 0, n);
 }
 
 template <class Op, class X, class E>
 struct strided_walk {
-    const Op& op;
+    Op op;
     X* x;
     vrn_int incx;
     E* y;
@@ -198,12 +219,28 @@ struct strided_walk {
 
 // Any strides. Pairs are gathered into vectors only where no two elements are the same one: a stride of zero
 // carries a result from element to element.
-template <int... Blocks, class Op, class X, class E>
-inline void update_strided(steps<Blocks...> chain, const Op& op, vrn_int n, X* x, vrn_int incx, E* y, vrn_int incy)
+template <class Chain, class Op, class X, class E, class... Scalars>
+[[gnu::noinline]] void update_strided(vrn_int n, X* x, vrn_int incx, E* y, vrn_int incy, Scalars... scalars)
 {
-    const strided_walk<Op, X, E> walk{op, vector_begin(x, n, incx), incx, vector_begin(y, n, incy), incy};
+    const strided_walk<Op, X, E> walk{Op(scalars...), vector_begin(x, n, incx), incx, vector_begin(y, n, incy), incy};
     if (walk.in_pairs && incy == 0) return sweep(steps<>{}, walk, 0, n);
-    sweep(chain, walk, 0, n);
+    sweep(Chain{}, walk, 0, n);
+}
+
+// y from x and y in any type, the ways that axpy and axpby share: complex vectors are not peeled.
+template <class Shape, class Op, class E, class... Scalars>
+[[gnu::always_inline]] inline void update_two(vrn_int n, const E* x, vrn_int incx, E* y, vrn_int incy,
+                                              Scalars... scalars)
+{
+    const bool unit = unit_strides(incx, incy);
+    if constexpr (simd::element<E>::parts == 2) {
+        if (!unit) return update_strided<steps<>, Op>(n, x, incx, y, incy, scalars...);
+        update_unit<false, false, typename Shape::any, Op>(n, x, y, scalars...);
+    } else {
+        if (!unit || !is_natural(x) || !is_natural(y))
+            return update_strided<typename Shape::strided, Op>(n, x, incx, y, incy, scalars...);
+        update_peeled<Shape, Op>(n, x, y, scalars...);
+    }
 }
 
 } // namespace vrn::blas
