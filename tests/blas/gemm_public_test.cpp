@@ -103,11 +103,12 @@ constexpr shape thread_shapes[] = {
     {99, 100, 100, "just below the threads"},
     {100, 100, 100, "just there"},
     {101, 100, 100, "just above"},
-    {161, 513, 257, "a rest in every direction"},
-    {500, 1100, 60, "many pieces"},
+    {161, 513, 20, "a rest in every direction"},
+    {165, 30, 530, "several depth blocks"},
+    {330, 1030, 12, "many pieces"},
     {4100, 16, 20, "very tall"},
     {40, 5003, 9, "very wide"},
-    {7, 9, 20000, "very deep"},
+    {21, 25, 2000, "deep: a block is met by all threads before the next"},
 };
 
 } // namespace
@@ -257,7 +258,7 @@ TYPED_TEST(GemmPublic, InTheChildOfAFork)
 TYPED_TEST(GemmPublic, WithoutMemory)
 {
     using T = typename TypeParam::element;
-    for (const shape& s : {shape{90, 80, 70, "one thread"}, shape{170, 520, 300, "several"}})
+    for (const shape& s : {shape{90, 80, 70, "one thread"}, shape{170, 40, 300, "several, and two depth blocks"}})
         for (const int threads : {1, 2})
             for (const bool alone : {true, false})
                 for (const auto& [alpha, beta] : {std::pair{1.0, 0.0}, {-0.5, 0.75}})
