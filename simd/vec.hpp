@@ -116,12 +116,7 @@ struct vec<float> {
         const __m128 half = _mm_add_ps(v, _mm_movehl_ps(v, v));
         return _mm_cvtss_f32(_mm_add_ss(half, _mm_shuffle_ps(half, half, 1)));
     }
-    float lane(int i) const
-    {
-        alignas(16) float all[4];
-        store(all);
-        return all[i];
-    }
+    float lane(int i) const { return v[i]; }
 
     friend vec abs(vec a) { return {_mm_and_ps(a.v, _mm_castsi128_ps(_mm_set1_epi32(INT32_MAX)))}; }
     friend vec max(vec a, vec b) { return {_mm_max_ps(a.v, b.v)}; }

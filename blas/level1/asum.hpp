@@ -54,23 +54,36 @@ struct complex_magnitudes {
 };
 
 template <class R>
-R asum(vrn_int n, const R* x, vrn_int incx)
+[[gnu::noinline]] R strided_asum(vrn_int n, const R* x, vrn_int incx)
 {
     using blocks = asum_blocks<R>;
-    if (n < 1) return 0;
-    if (incx == 1) return sum_in_four<blocks::unit, blocks::step>(n, magnitudes<R, true>{x, 1});
     const magnitudes<R, false> terms{vector_begin(x, n, incx), incx};
     if (n < blocks::strided) return sum_singly(n, terms);
     return sum_in_four<blocks::strided, blocks::step>(n, terms);
 }
 
 template <class R>
-R asum(vrn_int n, const cplx<R>* x, vrn_int incx)
+[[gnu::noinline]] R strided_asum(vrn_int n, const cplx<R>* x, vrn_int incx)
 {
-    if (incx == 1) return asum(2 * n, &x->re, 1);
-    if (n < 1) return 0;
     using blocks = asum_blocks<cplx<R>>;
     return sum_in_four<blocks::strided, blocks::step>(n, complex_magnitudes<R>{vector_begin(x, n, incx), incx});
+}
+
+template <class R>
+[[gnu::always_inline]] inline R asum(vrn_int n, const R* x, vrn_int incx)
+{
+    using blocks = asum_blocks<R>;
+    if (n < 1) return 0;
+    if (incx != 1) return strided_asum(n, x, incx);
+    return sum_in_four<blocks::unit, blocks::step>(n, magnitudes<R, true>{x, 1});
+}
+
+// At unit stride twice as many reals.
+template <class R>
+[[gnu::always_inline]] inline R asum(vrn_int n, const cplx<R>* x, vrn_int incx)
+{
+    if (incx == 1) return asum(2 * n, &x->re, 1);
+    return n < 1 ? 0 : strided_asum(n, x, incx);
 }
 
 } // namespace vrn::blas

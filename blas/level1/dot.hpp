@@ -49,13 +49,18 @@ struct products {
 };
 
 template <class R>
-R dot(vrn_int n, const R* x, vrn_int incx, const R* y, vrn_int incy)
+[[gnu::noinline]] R strided_dot(vrn_int n, const R* x, vrn_int incx, const R* y, vrn_int incy)
 {
-    if (n < 1) return 0;
-    if (incx == 1 && incy == 1)
-        return sum_in_four<dot_blocks<R>::unit, vec<R>::lanes>(n, products<R, true>{x, 1, y, 1});
     return sum_in_four<dot_blocks<R>::strided, 0>(
         n, products<R, false>{vector_begin(x, n, incx), incx, vector_begin(y, n, incy), incy});
+}
+
+template <class R>
+[[gnu::always_inline]] inline R dot(vrn_int n, const R* x, vrn_int incx, const R* y, vrn_int incy)
+{
+    if (n < 1) return 0;
+    if (incx != 1 || incy != 1) return strided_dot(n, x, incx, y, incy);
+    return sum_in_four<dot_blocks<R>::unit, vec<R>::lanes>(n, products<R, true>{x, 1, y, 1});
 }
 
 template <bool Unit>
@@ -77,27 +82,41 @@ struct wide_products {
     }
 };
 
-// start + x'y in double.
-inline double wide_dot(vrn_int n, double start, const float* x, vrn_int incx, const float* y, vrn_int incy)
+inline four_sums<vec<double>> sums_from(double start)
 {
-    constexpr int block = 8;
     four_sums<vec<double>> sums;
     sums.a0 = vec<double>::pair(start, 0);
-    if (incx == 1 && incy == 1) return sum_in_four<block, 0>(n, wide_products<true>{x, 1, y, 1}, sums);
-    return sum_in_four<block, 0>(
-        n, wide_products<false>{vector_begin(x, n, incx), incx, vector_begin(y, n, incy), incy}, sums);
+    return sums;
 }
 
-inline float sdsdot(vrn_int n, float sb, const float* x, vrn_int incx, const float* y, vrn_int incy)
+inline constexpr int wide_dot_block = 8;
+
+[[gnu::noinline]] inline double strided_wide_dot(vrn_int n, double start, const float* x, vrn_int incx,
+                                                 const float* y, vrn_int incy)
+{
+    return sum_in_four<wide_dot_block, 0>(
+        n, wide_products<false>{vector_begin(x, n, incx), incx, vector_begin(y, n, incy), incy}, sums_from(start));
+}
+
+// start + x'y in double.
+[[gnu::always_inline]] inline double wide_dot(vrn_int n, double start, const float* x, vrn_int incx, const float* y,
+                                              vrn_int incy)
+{
+    if (incx != 1 || incy != 1) return strided_wide_dot(n, start, x, incx, y, incy);
+    return sum_in_four<wide_dot_block, 0>(n, wide_products<true>{x, 1, y, 1}, sums_from(start));
+}
+
+[[gnu::always_inline]] inline float sdsdot(vrn_int n, float sb, const float* x, vrn_int incx, const float* y,
+                                           vrn_int incy)
 {
     return n < 1 ? sb : static_cast<float>(wide_dot(n, static_cast<double>(sb), x, incx, y, incy));
 }
 
-inline double dsdot(vrn_int n, const float* x, vrn_int incx, const float* y, vrn_int incy)
+[[gnu::always_inline]] inline double dsdot(vrn_int n, const float* x, vrn_int incx, const float* y, vrn_int incy)
 {
     if (n < 1) return 0;
     // The published loop runs to n * incx in steps of incx.
-    if (incx == incy && incx >= 1) n = (n * incx + incx - 1) / incx;
+    if (incx == incy && incx > 1) n = (n * incx + incx - 1) / incx;
     return wide_dot(n, 0, x, incx, y, incy);
 }
 
@@ -110,56 +129,67 @@ cplx<R> joined(cplx<R> by_re, cplx<R> by_im)
 }
 
 template <bool Conjugate>
-cplx<double> dot_of_blocks(vrn_int n, const cplx<double>* x, const cplx<double>* y)
+[[gnu::always_inline]] inline cplx<double> unit_dot(vrn_int n, const cplx<double>* x, const cplx<double>* y)
 {
     using V = vec<double>;
-    const auto *xr = reinterpret_cast<const double*>(x), *yr = reinterpret_cast<const double*>(y);
+    constexpr int block = dot_blocks<cplx<double>>::unit;
+    const double *xr = &x->re, *yr = &y->re;
     four_sums<V> by_re, by_im;
-    for (vrn_int i = 0; i < n; i += dot_blocks<cplx<double>>::unit)
-        unroll<dot_blocks<cplx<double>>::unit>([&](auto g) __attribute__((always_inline)) {
-            const vrn_int at = 2 * (i + g);
-            const V v = V::loadu(xr + at);
-            by_re.template add<g>(v * V::all_at(yr + at));
-            by_im.template add<g>(v * V::all_at(yr + at + 1));
-        });
+    const auto meet = [&](auto turn, vrn_int i) __attribute__((always_inline)) {
+        const V v = V::loadu(xr + 2 * i);
+        by_re.template add<turn>(v * V::all_at(yr + 2 * i));
+        by_im.template add<turn>(v * V::all_at(yr + 2 * i + 1));
+    };
+    vrn_int i = 0;
+    for (; n - i >= block; i += block)
+        unroll<block>([&](auto g) __attribute__((always_inline)) { meet(g, i + g); });
+    for (; i < n; ++i) meet(std::integral_constant<int, 0>{}, i);
     const V re = by_re.total(), im = by_im.total();
     return joined<Conjugate>(cplx<double>{re.lane(0), re.lane(1)}, cplx<double>{im.lane(0), im.lane(1)});
 }
 
 // Two numbers in a vector: x by y gives re re and im im, x by y with its parts swapped re im and im re.
 template <bool Conjugate>
-cplx<float> dot_of_blocks(vrn_int n, const cplx<float>* x, const cplx<float>* y)
+[[gnu::always_inline]] inline cplx<float> unit_dot(vrn_int n, const cplx<float>* x, const cplx<float>* y)
 {
     using V = vec<float>;
-    const auto *xr = reinterpret_cast<const float*>(x), *yr = reinterpret_cast<const float*>(y);
+    constexpr int block = dot_blocks<cplx<float>>::unit;
+    const float *xr = &x->re, *yr = &y->re;
     four_sums<V> straight, crossed;
-    for (vrn_int i = 0; i < n; i += dot_blocks<cplx<float>>::unit)
-        unroll<dot_blocks<cplx<float>>::unit / 2>([&](auto g) __attribute__((always_inline)) {
-            const vrn_int at = 2 * (i + 2 * g);
-            const V v = V::loadu(xr + at), w = V::loadu(yr + at);
-            straight.template add<g>(v * w);
-            crossed.template add<g>(v * swap_parts(w));
+    const auto meet = [&](auto turn, V v, V w) __attribute__((always_inline)) {
+        straight.template add<turn>(v * w);
+        crossed.template add<turn>(v * swap_parts(w));
+    };
+    vrn_int i = 0;
+    for (; n - i >= block; i += block)
+        unroll<block / 2>([&](auto g) __attribute__((always_inline)) {
+            meet(g, V::loadu(xr + 2 * i + 4 * g), V::loadu(yr + 2 * i + 4 * g));
         });
-    // (re re, im im) and (re im, im re) of all lanes.
+    // Single numbers fill the lower half.
+    for (; i < n; ++i) meet(std::integral_constant<int, 0>{}, V::load2(xr + 2 * i), V::load2(yr + 2 * i));
     const V s = straight.total(), c = crossed.total();
     const V same = s + upper_half(s), cross = c + upper_half(c);
     return joined<Conjugate>(cplx<float>{same.lane(0), cross.lane(1)}, cplx<float>{cross.lane(0), same.lane(1)});
 }
 
 template <bool Conjugate, class R>
-cplx<R> complex_dot(vrn_int n, const cplx<R>* x, vrn_int incx, const cplx<R>* y, vrn_int incy)
+[[gnu::noinline]] cplx<R> strided_complex_dot(vrn_int n, const cplx<R>* x, vrn_int incx, const cplx<R>* y,
+                                              vrn_int incy)
 {
-    cplx<R> sum{0, 0};
-    if (n < 1) return sum;
-    vrn_int i = 0;
-    if (incx == 1 && incy == 1) {
-        i = n - n % dot_blocks<cplx<R>>::unit;
-        if (i != 0) sum = dot_of_blocks<Conjugate>(i, x, y);
-    }
     x = vector_begin(x, n, incx);
     y = vector_begin(y, n, incy);
-    for (; i < n; ++i) sum = sum + (Conjugate ? conj(x[i * incx]) : x[i * incx]) * y[i * incy];
+    cplx<R> sum{0, 0};
+    for (; n > 0; --n, x += incx, y += incy) sum = sum + (Conjugate ? conj(*x) : *x) * *y;
     return sum;
+}
+
+template <bool Conjugate, class R>
+[[gnu::always_inline]] inline cplx<R> complex_dot(vrn_int n, const cplx<R>* x, vrn_int incx, const cplx<R>* y,
+                                                  vrn_int incy)
+{
+    if (n < 1) return {0, 0};
+    if (incx != 1 || incy != 1) return strided_complex_dot<Conjugate>(n, x, incx, y, incy);
+    return unit_dot<Conjugate>(n, x, y);
 }
 
 } // namespace vrn::blas

@@ -73,7 +73,7 @@ struct squares_walk {
 };
 
 // Unit stride: single elements until x is aligned, then blocks into eight pairs of sums.
-inline double sum_of_squares(vrn_int n, const float* x)
+[[gnu::always_inline]] inline double sum_of_squares(vrn_int n, const float* x)
 {
     using V = vec<double>;
     vrn_int i = 0;
@@ -86,17 +86,20 @@ inline double sum_of_squares(vrn_int n, const float* x)
 }
 
 template <int Parts>
-inline float wide_norm(vrn_int n, const float* x, vrn_int incx)
+[[gnu::noinline]] float strided_wide_norm(vrn_int n, const float* x, vrn_int incx)
 {
     double sum = 0;
-    if ((incx == 1 || incx == -1) && is_natural(x)) {
-        sum = sum_of_squares(n * Parts, x);
-    } else {
-        x = incx < 0 ? x + (1 - n) * incx * Parts : x;
-        for (vrn_int i = 0; i < n; ++i, x += incx * Parts)
-            for (int part = 0; part < Parts; ++part) sum += wide_square(x[part]);
-    }
+    x = incx < 0 ? x + (1 - n) * incx * Parts : x;
+    for (vrn_int i = 0; i < n; ++i, x += incx * Parts)
+        for (int part = 0; part < Parts; ++part) sum += wide_square(x[part]);
     return static_cast<float>(__builtin_sqrt(sum));
+}
+
+template <int Parts>
+[[gnu::always_inline]] inline float wide_norm(vrn_int n, const float* x, vrn_int incx)
+{
+    if ((incx != 1 && incx != -1) || !is_natural(x)) return strided_wide_norm<Parts>(n, x, incx);
+    return static_cast<float>(__builtin_sqrt(sum_of_squares(n * Parts, x)));
 }
 
 inline float nrm2(vrn_int n, const float* x, const vrn_int* incx) { return n <= 0 ? 0 : wide_norm<1>(n, x, *incx); }
