@@ -136,10 +136,12 @@ vrn_int index_of_extreme(vrn_int n, const E* x, vrn_int incx)
     if (n == 1) return 1;
     running_extreme<X, E> best{static_cast<double>(magnitude(x[0])), 1};
     vrn_int i = 1;
-    if (incx == 1 && is_natural(x)) {
-        // A vector of complex numbers is loaded in two halves, unaligned: some could never be aligned.
-        if constexpr (simd::element<E>::parts == 1)
-            for (const vrn_int head = 1 + peel_count(x + 1, n - 1); i < head; ++i) best.see(x[i], i);
+    // Eight bytes is the least alignment of the vector stretch of complex elements; their head is one step, which
+    // brings single-precision numbers into line and tests no further for the others.
+    constexpr bool complex = simd::element<E>::parts == 2;
+    if (incx == 1 && (complex ? place(x) % 8 == 0 : is_natural(x))) {
+        const vrn_int head = 1 + (complex ? place(x + 1) != 0 : peel_count(x + 1, n - 1));
+        for (; i < head; ++i) best.see(x[i], i);
         const vrn_int end = n - (n - i) % lanes;
         if (i < end) vector_stretch(x, i, end, best);
         i = end;
