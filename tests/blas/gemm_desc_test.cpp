@@ -132,8 +132,9 @@ TEST_F(GemmDesc, ZeroDescKeepsTheWorkFactor)
         // By field: the gaps between fields belong to nobody.
         EXPECT_EQ(d.w_factor, 12345);
         EXPECT_TRUE(d.reserved0 == 0 && d.kernel_index == 0 && d.mode_mask == 0);
-        for (const vrn_int field : {d.m_block, d.n_block, d.k_block, d.m_unroll, d.n_unroll, d.k_unroll, d.m_min, d.n_min,
-                                    d.k_min, d.a_panel_elements, d.a_bytes, d.b_panel_elements, d.b_bytes, d.w_bytes})
+        for (const vrn_int field :
+             {d.m_block, d.n_block, d.k_block, d.m_unroll, d.n_unroll, d.k_unroll, d.m_min, d.n_min, d.k_min,
+              d.a_panel_elements, d.a_bytes, d.b_panel_elements, d.b_bytes, d.w_bytes})
             EXPECT_EQ(field, 0);
         EXPECT_TRUE(d.a_align_exp == 0 && d.b_align_exp == 0 && d.w_align_exp == 0);
         EXPECT_TRUE(!d.a_buffer && !d.b_buffer && !d.w_buffer && !d.get_blks_size && !d.get_bufs_size && !d.get_bufs);
@@ -162,10 +163,18 @@ TEST_F(GemmDesc, DepthBlock)
 TEST_F(GemmDesc, ColumnBlock)
 {
     for (const numbers& t : types) {
-        const std::pair<vrn_int, vrn_int> cases[] = {
-            {1, t.nr},      {3, t.nr},           {t.nr, t.nr},         {t.nr + 1, 2 * t.nr}, {1993, rounded(1993, t.nr)},
-            {1999, 2000},   {2000, 2000},        {2001, t.n_cap == 2000 ? 2000 : rounded(2001, t.nr)},
-            {4997, t.n_cap}, {5000, t.n_cap},    {5001, t.n_cap},      {1 << 20, t.n_cap}};
+        const std::pair<vrn_int, vrn_int> cases[] = {{1, t.nr},
+                                                     {3, t.nr},
+                                                     {t.nr, t.nr},
+                                                     {t.nr + 1, 2 * t.nr},
+                                                     {1993, rounded(1993, t.nr)},
+                                                     {1999, 2000},
+                                                     {2000, 2000},
+                                                     {2001, t.n_cap == 2000 ? 2000 : rounded(2001, t.nr)},
+                                                     {4997, t.n_cap},
+                                                     {5000, t.n_cap},
+                                                     {5001, t.n_cap},
+                                                     {1 << 20, t.n_cap}};
         for (const auto& [n, expected] : cases) {
             const desc_operations op(t.type);
             gemm_desc d = op.record();

@@ -107,7 +107,8 @@ TYPED_TEST(GemmDriver, Tiny)
         for (vrn_int m = 1; m <= 10; ++m)
             for (vrn_int n = 1; n <= 10; ++n)
                 for (const char* letters : letter_pairs) {
-                    const product<TypeParam> p({m, n, k, "unrolled"}, {letters, m % 2 ? -0.5 : 1, 1, static_cast<int>(n % 3)});
+                    const product<TypeParam> p({m, n, k, "unrolled"},
+                                               {letters, m % 2 ? -0.5 : 1, 1, static_cast<int>(n % 3)});
                     p(entry<TypeParam>);
                     ASSERT_TRUE(p.sound());
                 }
@@ -121,7 +122,8 @@ TYPED_TEST(GemmDriver, AsksForMemoryOnlyToPack)
         host.refuse(host.never, host.never);
         product<TypeParam>(s, {"NT", 1, 1})(entry<TypeParam>);
         const bool tiny = s.m <= 10 && s.n <= 10 && s.k <= 10;
-        EXPECT_EQ(host.asked, s.m >= 4 && s.n >= 8 && s.k >= 4 && !tiny) << s.m << ' ' << s.n << ' ' << s.k << ' ' << s.why;
+        EXPECT_EQ(host.asked, s.m >= 4 && s.n >= 8 && s.k >= 4 && !tiny)
+            << s.m << ' ' << s.n << ' ' << s.k << ' ' << s.why;
     }
 }
 
@@ -191,7 +193,8 @@ TYPED_TEST(GemmDriver, IdentityKeepsEveryNumber)
 {
     using T = TypeParam;
     using limits = std::numeric_limits<T>;
-    const T numbers[] = {limits::denorm_min(), -7 * limits::denorm_min(), limits::min(), limits::max(), -limits::max(), T(1) / 3};
+    const T numbers[] = {
+        limits::denorm_min(), -7 * limits::denorm_min(), limits::min(), limits::max(), -limits::max(), T(1) / 3};
     for (const vrn_int n : {9, 21})
         for (const char* letters : letter_pairs) {
             const product<T> p({13, n, n, "identity"}, {letters, 1, 0});

@@ -53,13 +53,17 @@ TYPED_TEST(GemmGer, AgainstTheDefinition)
                             }
                             const matrix<T> c(m, n, m + 2, static_cast<int>(m % 2));
                             if (beta != zero) c.fill(3);
-                            ger<T>(nullptr, nullptr, &m, &n, &alpha, x.x.data(), &incx, y.x.data(), &incy, &beta, c.data(), &c.ld());
+                            ger<T>(nullptr, nullptr, &m, &n, &alpha, x.x.data(), &incx, y.x.data(), &incy, &beta,
+                                   c.data(), &c.ld());
                             const double allowed = sizeof(T) == sizeof(real<T>) ? 1 : 2;
                             ASSERT_TRUE(c.intact() && c.all([&](vrn_int i, vrn_int j, T got) {
                                 if (alpha == zero && beta == one) return same_bits(got, value<T>(i, j, 3));
                                 const auto e = vrn::oracle::gemm<T>(
-                                    1, alpha, [&](vrn_int) { return x[i]; }, [&](vrn_int) { return y[j]; }, beta, value<T>(i, j, 3));
+                                    1, alpha, [&](vrn_int) { return x[i]; }, [&](vrn_int) { return y[j]; }, beta,
+                                    value<T>(i, j, 3));
                                 return e.units(got) <= allowed;
-                            })) << m << " x " << n << ", strides " << incx << ' ' << incy << ", alpha " << alpha << ", beta " << beta;
+                            })) << m
+                                << " x " << n << ", strides " << incx << ' ' << incy << ", alpha " << alpha
+                                << ", beta " << beta;
                         }
 }

@@ -66,9 +66,11 @@ vrn_int drive(const mode_case& mode, const product<T>& p, const gemm_desc& recor
         const vrn_int a_distance = d.m_unroll * depth, b_distance = d.n_unroll * depth;
         const auto a_panels = shared_panels<T>(m, d.m_unroll, depth), b_panels = shared_panels<T>(n, d.n_unroll, depth);
         if (mode.a_given)
-            (p.a_normal ? packers.copyan : packers.copyat)(&m, &kb, a, &p.a.ld(), a_panels.data(), &a_distance, &p.alpha);
+            (p.a_normal ? packers.copyan : packers.copyat)(&m, &kb, a, &p.a.ld(), a_panels.data(), &a_distance,
+                                                           &p.alpha);
         if (mode.b_given)
-            (p.b_normal ? packers.copybn : packers.copybt)(&kb, &n, b, &p.b.ld(), b_panels.data(), &b_distance, nullptr);
+            (p.b_normal ? packers.copybn : packers.copybt)(&kb, &n, b, &p.b.ld(), b_panels.data(), &b_distance,
+                                                           nullptr);
         gemm_desc own = d;
         status |= par<T>(p.transa(), p.transb(), &m, &n, mode.mode == 64 ? &depth : &kb, mode.a_given ? &one : &p.alpha,
                          mode.a_given ? a_panels.data() : a, mode.a_given ? &a_distance : &p.a.ld(),
@@ -96,23 +98,24 @@ struct tracer {
         const vrn_int offset = static_cast<const T*>(at) - in.data(), i = offset % in.ld(), j = offset / in.ld();
         return normal ? std::pair{i, j} : std::pair{j, i};
     }
-    static void copy_a(const vrn_int* mb, const vrn_int* kb, const void* a, const vrn_int* lda, void* to, const vrn_int* distance,
-                       const void* factor)
+    static void copy_a(const vrn_int* mb, const vrn_int* kb, const void* a, const vrn_int* lda, void* to,
+                       const vrn_int* distance, const void* factor)
     {
         const auto [i, kk] = place(p->a, a, p->a_normal);
         note('A', i / mr, kk / 8);
         (p->a_normal ? real.copyan : real.copyat)(mb, kb, a, lda, to, distance, factor);
     }
-    static void copy_b(const vrn_int* kb, const vrn_int* nb, const void* b, const vrn_int* ldb, void* to, const vrn_int* distance,
-                       const void* unused)
+    static void copy_b(const vrn_int* kb, const vrn_int* nb, const void* b, const vrn_int* ldb, void* to,
+                       const vrn_int* distance, const void* unused)
     {
         const auto [kk, j] = place(p->b, b, p->b_normal);
         note('B', kk / 8, j / nr);
         (p->b_normal ? real.copybn : real.copybt)(kb, nb, b, ldb, to, distance, unused);
     }
-    static void kernel(const char* ta, const char* tb, const vrn_int* m, const vrn_int* n, const vrn_int* k, const void* factor,
-                       const void* a, const vrn_int* a_distance, const void* b, const vrn_int* b_distance, const void* beta,
-                       void* c, const vrn_int* ldc, void* w, std::int32_t which)
+    static void kernel(const char* ta, const char* tb, const vrn_int* m, const vrn_int* n, const vrn_int* k,
+                       const void* factor, const void* a, const vrn_int* a_distance, const void* b,
+                       const vrn_int* b_distance, const void* beta, void* c, const vrn_int* ldc, void* w,
+                       std::int32_t which)
     {
         const auto [i, j] = place(p->c, c, true);
         note(*static_cast<const T*>(beta) == T{0} ? 'S' : 'K', i / mr, j / nr);
@@ -141,7 +144,8 @@ TYPED_TEST(GemmModes, SameBitsAsModeTwo)
     struct {
         vrn_int m, n, k;
     } const blocks[] = {{8, 16, 12}, {4, 8, 4}, {7, 11, 10}, {64, 8, 8}, {8, 64, 40}, {0, 0, 0}};
-    const shape sizes[] = {{23, 37, 41, "rests everywhere"}, {16, 32, 24, "no rests"}, {4, 8, 5, "least"}, {30, 19, 300, "deep"}};
+    const shape sizes[] = {
+        {23, 37, 41, "rests everywhere"}, {16, 32, 24, "no rests"}, {4, 8, 5, "least"}, {30, 19, 300, "deep"}};
     for (const auto& block : blocks)
         for (const shape& s : sizes)
             for (const char* letters : letter_pairs)
@@ -154,7 +158,8 @@ TYPED_TEST(GemmModes, SameBitsAsModeTwo)
                         const product<T> p(s, {letters, alpha, beta});
                         EXPECT_EQ(drive(mode, p, d), 0);
                         ASSERT_TRUE(p.a.intact() && p.b.intact() && p.c.intact() && same_bits(p.c, first.c))
-                            << "mode " << mode.mode << ", blocks " << block.m << ' ' << block.n << ' ' << block.k << ": " << p;
+                            << "mode " << mode.mode << ", blocks " << block.m << ' ' << block.n << ' ' << block.k
+                            << ": " << p;
                     }
                     gemm_desc again = d;
                     first.refill();
@@ -189,8 +194,9 @@ TYPED_TEST(GemmModes, GivenPanelsPassTheFactors)
     using T = TypeParam;
     static T alpha, beta;
     gemm_desc d = operations<T>().record(8, 8, 8);
-    d.kernel = [](const char*, const char*, const vrn_int*, const vrn_int*, const vrn_int* k, const void* a, const void*,
-                  const vrn_int*, const void*, const vrn_int*, const void* b, void*, const vrn_int*, void*, std::int32_t) {
+    d.kernel = [](const char*, const char*, const vrn_int*, const vrn_int*, const vrn_int* k, const void* a,
+                  const void*, const vrn_int*, const void*, const vrn_int*, const void* b, void*, const vrn_int*,
+                  void*, std::int32_t) {
         alpha = *static_cast<const T*>(a), beta = *static_cast<const T*>(b);
         EXPECT_EQ(*k, 20) << "the depth itself, though a block is less";
     };
@@ -278,7 +284,8 @@ TYPED_TEST(GemmModes, WithoutMemory)
     for (const mode_case& mode : modes)
         for (const char* letters : letter_pairs)
             for (const auto& [alpha, beta] : {std::pair{1.0, 0.0}, {0.5, 1.0}, {-1.0, 0.5}})
-                for (const shape& s : {shape{23, 37, 41, "slices of depth"}, shape{5, 15, 8, ""}, shape{4, 3, 2, "thin"}}) {
+                for (const shape& s :
+                     {shape{23, 37, 41, "slices of depth"}, shape{5, 15, 8, ""}, shape{4, 3, 2, "thin"}}) {
                     const bool given = mode.a_given || mode.b_given;
                     if (!given && s.k < 4) continue;
                     host.refuse(0, host.never);
@@ -294,7 +301,8 @@ TYPED_TEST(GemmModes, WithoutMemory)
 TYPED_TEST(GemmModes, EntryWithoutMemory)
 {
     using T = TypeParam;
-    for (const shape& s : {shape{40, 41, 300, "packed"}, shape{700, 9, 30, "two row blocks"}, shape{9, 5003, 5, "two column blocks"}})
+    for (const shape& s :
+         {shape{40, 41, 300, "packed"}, shape{700, 9, 30, "two row blocks"}, shape{9, 5003, 5, "two column blocks"}})
         for (const char* letters : letter_pairs)
             for (long good = 0;; ++good) {
                 host.refuse(good, host.never);

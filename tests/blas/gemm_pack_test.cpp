@@ -35,7 +35,8 @@ panels<T> a_panels(vrn_int m, vrn_int k, vrn_int distance, T alpha, Source&& sou
         for (vrn_int kk = 0; kk < padded(k); ++kk)
             for (vrn_int place = 0; place < mr<T>; ++place) {
                 const vrn_int i = p * mr<T> + row_at<T>(place);
-                to[static_cast<std::size_t>(p * distance + kk * mr<T> + place)] = i < m && kk < k ? alpha * source(i, kk) : T{};
+                to[static_cast<std::size_t>(p * distance + kk * mr<T> + place)] =
+                    i < m && kk < k ? alpha * source(i, kk) : T{};
             }
     return to;
 }
@@ -80,7 +81,8 @@ testing::AssertionResult holds(const matrix<T>& got, const panels<T>& model)
                            : std::isnan(*expected) ? std::isnan(x)
                                                  : same_bits(x, *expected);
         if (!right)
-            return testing::AssertionFailure() << "place " << at << " holds " << x << " for " << expected.value_or(T(-77));
+            return testing::AssertionFailure()
+                   << "place " << at << " holds " << x << " for " << expected.value_or(T(-77));
     }
     return testing::AssertionSuccess();
 }
@@ -119,7 +121,8 @@ TYPED_TEST(GemmPack, PanelsOfA)
             for (const T alpha : {T(1), T(-0.37), nan})
                 each_source<T>(m, k, [&](bool normal, const matrix<T>& a, vrn_int apart) {
                     const vrn_int distance = mr<T> * padded(k) + apart;
-                    const auto model = a_panels<T>(m, k, distance, alpha, [](vrn_int i, vrn_int kk) { return value<T>(i, kk, 1); });
+                    const auto model =
+                        a_panels<T>(m, k, distance, alpha, [](vrn_int i, vrn_int kk) { return value<T>(i, kk, 1); });
                     const auto to = room<T>(model);
                     (normal ? d.copyan : d.copyat)(&m, &k, a.data(), &a.ld(), to.data(), &distance, &alpha);
                     ASSERT_TRUE(holds(to, model)) << m << " x " << k << (normal ? " N" : " T") << " ld " << a.ld();
@@ -134,7 +137,8 @@ TYPED_TEST(GemmPack, PanelsOfB)
         for (vrn_int n = 1; n <= 3 * nr; ++n)
             each_source<T>(k, n, [&](bool normal, const matrix<T>& b, vrn_int apart) {
                 const vrn_int distance = nr * padded(k) + apart;
-                const auto model = b_panels<T>(k, n, distance, [](vrn_int kk, vrn_int j) { return value<T>(kk, j, 1); });
+                const auto model =
+                    b_panels<T>(k, n, distance, [](vrn_int kk, vrn_int j) { return value<T>(kk, j, 1); });
                 const auto to = room<T>(model);
                 (normal ? d.copybn : d.copybt)(&k, &n, b.data(), &b.ld(), to.data(), &distance, nullptr);
                 ASSERT_TRUE(holds(to, model)) << k << " x " << n << (normal ? " N" : " T") << " ld " << b.ld();
@@ -168,17 +172,18 @@ TYPED_TEST(GemmPack, OutsidePanels)
                         auto a_model = a_panels<T>(x, y, a_distance, T(1), element);
                         auto b_model = b_panels<T>(x, y, b_distance, element);
                         if (code != 4096)
-                            for (auto* model : {&a_model, &b_model}) std::fill(model->begin(), model->end(), std::nullopt);
+                            for (auto* model : {&a_model, &b_model})
+                                std::fill(model->begin(), model->end(), std::nullopt);
                         const auto a_to = room<T>(a_model), b_to = room<T>(b_model);
                         void* const a_place = a_to.data();
                         void* const b_place = b_to.data();
                         void *a_given = a_place, *b_given = b_place;
                         const vrn_int refused = code != 4096;
-                        ASSERT_EQ(d.copya_ext(&code, trans, nullptr, nullptr, nullptr, &x, &y, source.data(), &source.ld(),
-                                              &a_given, &a_distance),
+                        ASSERT_EQ(d.copya_ext(&code, trans, nullptr, nullptr, nullptr, &x, &y, source.data(),
+                                              &source.ld(), &a_given, &a_distance),
                                   refused);
-                        ASSERT_EQ(d.copyb_ext(&code, trans, nullptr, nullptr, nullptr, &x, &y, source.data(), &source.ld(),
-                                              &b_given, &b_distance, nullptr),
+                        ASSERT_EQ(d.copyb_ext(&code, trans, nullptr, nullptr, nullptr, &x, &y, source.data(),
+                                              &source.ld(), &b_given, &b_distance, nullptr),
                                   refused);
                         ASSERT_TRUE(holds(a_to, a_model)) << x << " x " << y << ' ' << *trans << ' ' << code;
                         ASSERT_TRUE(holds(b_to, b_model)) << x << " x " << y << ' ' << *trans << ' ' << code;

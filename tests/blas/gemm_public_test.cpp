@@ -15,8 +15,8 @@ using namespace vrn::test;
 namespace {
 
 template <class T, class I>
-using public_function = void(const char*, const char*, const I*, const I*, const I*, const T*, const T*, const I*, const T*,
-                             const I*, const T*, T*, const I*);
+using public_function = void(const char*, const char*, const I*, const I*, const I*, const T*, const T*, const I*,
+                             const T*, const I*, const T*, T*, const I*);
 
 template <class T, class I>
 constexpr public_function<T, I>* chosen()
@@ -39,8 +39,8 @@ struct public_entry {
 
     static void multiply(const product<T>& p)
     {
-        p([](auto* ta, auto* tb, auto* m64, auto* n64, auto* k64, auto* alpha, auto* a, auto* lda64, auto* b, auto* ldb64,
-             auto* beta, auto* c, auto* ldc64) {
+        p([](auto* ta, auto* tb, auto* m64, auto* n64, auto* k64, auto* alpha, auto* a, auto* lda64, auto* b,
+             auto* ldb64, auto* beta, auto* c, auto* ldc64) {
             const auto m = I(*m64), n = I(*n64), k = I(*k64), lda = I(*lda64), ldb = I(*ldb64), ldc = I(*ldc64);
             call(ta, tb, &m, &n, &k, alpha, a, &lda, b, &ldb, beta, c, &ldc);
         });
@@ -154,7 +154,8 @@ TYPED_TEST(GemmPublic, QuickReturns)
                                arguments{.transa = 'c', .transb = 'n', .m = 0, .lda = 3, .ldb = 3, .ldc = 1}})
         EXPECT_EQ(reported<TypeParam>(x), std::vector<report>{});
     // A and B are NaN where alpha is zero; where k is zero they have no element.
-    for (const shape& s : {shape{20, 30, 40, "alpha"}, shape{20, 30, 0, "depth"}, shape{200, 300, 0, "depth, for threads"}})
+    for (const shape& s :
+         {shape{20, 30, 40, "alpha"}, shape{20, 30, 0, "depth"}, shape{200, 300, 0, "depth, for threads"}})
         for (const double beta : {0.0, 1.0, 0.5}) {
             const product<T> p(s, {"NT", s.k == 0 ? 1.0 : 0.0, beta, 0});
             TypeParam::multiply(p);

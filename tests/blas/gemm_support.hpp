@@ -107,7 +107,8 @@ T watched()
 template <class T>
 class matrix {
   public:
-    matrix(vrn_int rows, vrn_int columns, vrn_int ld, int shift = 0) : rows_(rows), columns_(columns), ld_(ld), shift_(shift)
+    matrix(vrn_int rows, vrn_int columns, vrn_int ld, int shift = 0)
+        : rows_(rows), columns_(columns), ld_(ld), shift_(shift)
     {
         used_ = rows < 1 || columns < 1 ? 0 : ld * (columns - 1) + rows;
         const std::size_t bytes = static_cast<std::size_t>(front + used_ + shift) * sizeof(T), page = 4096;
@@ -268,8 +269,8 @@ struct product {
                 size.k, alpha, [&](vrn_int kk) { return a_normal ? a(i, kk) : a(kk, i); },
                 [&](vrn_int kk) { return b_normal ? b(kk, j) : b(j, kk); }, beta, value<T>(i, j, seed_c));
             if (const double units = e.units(c(i, j)); !(units <= 1))
-                return testing::AssertionFailure()
-                       << units << " units at " << i << ", " << j << ": " << c(i, j) << " for " << e.exact << ": " << *this;
+                return testing::AssertionFailure() << units << " units at " << i << ", " << j << ": " << c(i, j)
+                                                   << " for " << e.exact << ": " << *this;
         }
         return testing::AssertionSuccess();
     }
@@ -353,8 +354,8 @@ const desc_operations& operations()
 }
 
 template <class T>
-using entry_function = void(const char*, const char*, const vrn_int*, const vrn_int*, const vrn_int*, const T*, const T*,
-                            const vrn_int*, const T*, const vrn_int*, const T*, T*, const vrn_int*);
+using entry_function = void(const char*, const char*, const vrn_int*, const vrn_int*, const vrn_int*, const T*,
+                            const T*, const vrn_int*, const T*, const vrn_int*, const T*, T*, const vrn_int*);
 template <class T>
 using par_function = vrn_int(const char*, const char*, const vrn_int*, const vrn_int*, const vrn_int*, const T*,
                              const T*, const vrn_int*, const T*, const vrn_int*, const T*, T*, const vrn_int*,
