@@ -87,9 +87,11 @@ constexpr vrn_int thin_limit = 16, thin_depth = 32;
 // ten microseconds, about a quarter of a 100 x 100 x 100 product.
 constexpr double threads_from = 1e6;
 
-// A tile of the threaded product: small enough that the last ones even out the threads, large enough that a
-// panel of B is met by many row tiles.
-constexpr vrn_int tile_rows = 160, tile_columns = 512;
+// Tiles of the threaded product: some four a thread, so that the last ones even the threads out, but not so small
+// that a panel of B is met by few rows, nor so large that a tile's rows of A leave the second-level cache.
+struct tiling {
+    vrn_int rows, columns;
+};
 // Rows of A that are packed and shared at a time.
 constexpr vrn_int shared_rows = 4096;
 
@@ -176,6 +178,16 @@ void thin(const product<T>& p, int threads)
     });
 }
 
+tiling tiles_for(vrn_int m, vrn_int n, int threads)
+{
+    const vrn_int wanted = 4 * threads;
+    const auto side = [](vrn_int whole, vrn_int count, vrn_int multiple, vrn_int least, vrn_int most) {
+        return std::clamp(pieces(pieces(whole, count), multiple) * multiple, least, most);
+    };
+    const vrn_int rows = side(m, wanted, 16, 32, 160);
+    return {rows, side(n, pieces(wanted, pieces(m, rows)), 8, 64, 512)};
+}
+
 // Runs visit(piece) for the pieces that come this thread's way.
 template <class Visit>
 void share(std::atomic<vrn_int>& next, vrn_int count, Visit&& visit)
@@ -185,10 +197,13 @@ void share(std::atomic<vrn_int>& next, vrn_int count, Visit&& visit)
 
 // One depth block of a row and column range of C at a time: all threads pack the shared panels, meet, multiply
 // tiles of them in mode 64, and meet again. Which thread computes a tile does not matter to its bits. Returns
-// false, with nothing written, when the shared panels cannot be had.
+// false, with nothing written, when there is a single tile or the shared panels cannot be had.
 template <class T>
 bool threaded(const product<T>& p, gemm_desc& desc, int threads)
 {
+    const tiling tiles = tiles_for(p.m, p.n, threads);
+    const vrn_int tile_rows = tiles.rows, tile_columns = tiles.columns;
+    if (pieces(p.m, tile_rows) * pieces(p.n, tile_columns) == 1) return false;
     const vrn_int m_step = std::min(p.m, shared_rows), n_step = std::min(p.n, desc.n_block);
     gemm_desc shared = desc;
     shared.m_block = m_step;
