@@ -97,7 +97,7 @@ template <extreme X, class E>
     using V = vec<R>;
     using order = order_of<X, R>;
     // Vectors in a block: long ones where one select pays for many vectors, short ones behind them.
-    constexpr int lanes = V::lanes, long_block = 16, short_block = 4;
+    constexpr int lanes = V::lanes, long_block = 16 / simd::element<E>::parts, short_block = 4;
     V value = V::all(static_cast<R>(best.value)), nan = unordered(value, value);
     auto where = simd::lane_ints<R>::all(-1); // the start of the lane's block; -1 for what came ahead
 
