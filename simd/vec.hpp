@@ -61,6 +61,14 @@ struct vec<double> {
     friend vec unordered(vec a, vec b) { return {_mm_cmpunord_pd(a.v, b.v)}; }
     friend vec operator|(vec a, vec b) { return {_mm_or_pd(a.v, b.v)}; }
     int signs() const { return _mm_movemask_pd(v); } // the sign of lane i in bit i
+    // Of the true lanes in these four masks, the bits: two for each lane, lowest first.
+    static constexpr int marks_per_lane = 2;
+    static unsigned marks(vec a, vec b, vec c, vec d)
+    {
+        const __m128i ab = _mm_packs_epi32(_mm_castpd_si128(a.v), _mm_castpd_si128(b.v));
+        const __m128i cd = _mm_packs_epi32(_mm_castpd_si128(c.v), _mm_castpd_si128(d.v));
+        return static_cast<unsigned>(_mm_movemask_epi8(_mm_packs_epi16(ab, cd)));
+    }
 
     friend vec swap_halves(vec a) { return {_mm_shuffle_pd(a.v, a.v, 1)}; }
 
@@ -128,6 +136,13 @@ struct vec<float> {
     friend vec unordered(vec a, vec b) { return {_mm_cmpunord_ps(a.v, b.v)}; }
     friend vec operator|(vec a, vec b) { return {_mm_or_ps(a.v, b.v)}; }
     int signs() const { return _mm_movemask_ps(v); }
+    static constexpr int marks_per_lane = 1;
+    static unsigned marks(vec a, vec b, vec c, vec d)
+    {
+        const __m128i ab = _mm_packs_epi32(_mm_castps_si128(a.v), _mm_castps_si128(b.v));
+        const __m128i cd = _mm_packs_epi32(_mm_castps_si128(c.v), _mm_castps_si128(d.v));
+        return static_cast<unsigned>(_mm_movemask_epi8(_mm_packs_epi16(ab, cd)));
+    }
 
     friend vec swap_halves(vec a) { return {_mm_shuffle_ps(a.v, a.v, 0x4e)}; }
 

@@ -13,6 +13,7 @@
 #include "blas/level1/update.hpp"
 
 #include <cmath>
+#include <cstddef>
 
 namespace vrn::blas {
 
@@ -71,26 +72,32 @@ template <class R>
     return add_pairs(abs(vec<R>::loadu(p)), abs(vec<R>::loadu(p + vec<R>::lanes)));
 }
 
-// First of the groups from x on that holds the winner, as an offset; one of them does.
-template <int Groups, class R, class E>
+// First of so many vectors from x on that holds the winner, as an offset in elements; one of them does.
+template <int Vectors, class R, class E>
 [[gnu::always_inline]] inline vrn_int offset_of(vec<R> winner, const E* x)
 {
-    unsigned long found = 0;
-    unroll<Groups>([&](auto g) __attribute__((always_inline)) {
-        constexpr int at = g * vec<R>::lanes;
-        found |= static_cast<unsigned long>(equal(magnitudes_at(x + at), winner).signs()) << at;
+    using V = vec<R>;
+    const auto holds = [&](int v) __attribute__((always_inline)) {
+        return equal(magnitudes_at(x + v * V::lanes), winner);
+    };
+    if constexpr (Vectors == 1) return __builtin_ctz(static_cast<unsigned>(holds(0).signs()));
+    std::uint64_t found = 0;
+    unroll<Vectors / 4>([&](auto g) __attribute__((always_inline)) {
+        constexpr int v = 4 * g;
+        found |= std::uint64_t{V::marks(holds(v), holds(v + 1), holds(v + 2), holds(v + 3))} << (16 * g);
     });
-    return __builtin_ctzl(found);
+    return __builtin_ctzll(found) / V::marks_per_lane;
 }
 
-// Elements first .. first + groups * lanes - 1. `best` is what came ahead of them.
+// Elements first .. end-1, whole vectors. `best` is what came ahead of them.
 template <extreme X, class E>
-void vector_stretch(const E* x, vrn_int first, vrn_int end, running_extreme<X, E>& best)
+[[gnu::always_inline]] inline void vector_stretch(const E* x, vrn_int first, vrn_int end, running_extreme<X, E>& best)
 {
     using R = real_of<E>;
     using V = vec<R>;
     using order = order_of<X, R>;
-    constexpr int lanes = V::lanes, groups = 8, block = groups * lanes;
+    // Vectors in a block: long ones where one select pays for many vectors, short ones behind them.
+    constexpr int lanes = V::lanes, long_block = 16 / simd::element<E>::parts, short_block = 4;
     V value = V::all(static_cast<R>(best.value)), nan = unordered(value, value);
     auto where = simd::lane_ints<R>::all(-1); // the start of the lane's block; -1 for what came ahead
 
@@ -98,16 +105,27 @@ void vector_stretch(const E* x, vrn_int first, vrn_int end, running_extreme<X, E
         where = simd::lane_ints<R>::select(order::replaces(v, value), simd::lane_ints<R>::all(i), where);
         value = order::better(v, value);
     };
+    const auto meet_block = [&](auto vectors, vrn_int i) __attribute__((always_inline)) {
+        V a0, a1, a2, a3;
+        unroll<vectors / 4>([&](auto g) __attribute__((always_inline)) {
+            const E* p = x + i + 4 * g * lanes;
+            const V b0 = magnitudes_at(p), b1 = magnitudes_at(p + lanes), b2 = magnitudes_at(p + 2 * lanes),
+                    b3 = magnitudes_at(p + 3 * lanes);
+            nan = nan | unordered(b0, b1) | unordered(b2, b3);
+            a0 = g == 0 ? b0 : order::better(a0, b0);
+            a1 = g == 0 ? b1 : order::better(a1, b1);
+            a2 = g == 0 ? b2 : order::better(a2, b2);
+            a3 = g == 0 ? b3 : order::better(a3, b3);
+        });
+        meet(order::better(order::better(a0, a1), order::better(a2, a3)), i);
+    };
     vrn_int i = first;
-    for (; i + block <= end; i += block) {
-        V a[groups];
-        unroll<groups>([&](auto g) __attribute__((always_inline)) { a[g] = magnitudes_at(x + i + g * lanes); });
-        unroll<groups / 2>([&](auto g) __attribute__((always_inline)) { nan = nan | unordered(a[2 * g], a[2 * g + 1]); });
-        meet(order::better(order::better(order::better(a[0], a[1]), order::better(a[2], a[3])),
-                           order::better(order::better(a[4], a[5]), order::better(a[6], a[7]))),
-             i);
-    }
-    const vrn_int blocks_end = i;
+    for (; i + long_block * lanes <= end; i += long_block * lanes)
+        meet_block(std::integral_constant<int, long_block>{}, i);
+    const vrn_int long_end = i;
+    for (; i + short_block * lanes <= end; i += short_block * lanes)
+        meet_block(std::integral_constant<int, short_block>{}, i);
+    const vrn_int short_end = i;
     for (; i < end; i += lanes) {
         const V v = magnitudes_at(x + i);
         nan = nan | unordered(v, v);
@@ -120,33 +138,44 @@ void vector_stretch(const E* x, vrn_int first, vrn_int end, running_extreme<X, E
     const V winner = order::across(value);
     const int holders = equal(value, winner).signs();
     vrn_int at = end;
-    for (int l = 0; l < lanes; ++l)
-        if ((holders >> l & 1) != 0 && where.lane(l) < at) at = where.lane(l);
+    unroll<lanes>([&](auto l) __attribute__((always_inline)) {
+        const vrn_int candidate = (holders >> l & 1) != 0 ? where.lane(l) : end;
+        at = candidate < at ? candidate : at;
+    });
     if (at < 0) return; // what came ahead is as good
-    best.index = 1 + at + (at < blocks_end ? offset_of<groups>(winner, x + at) : offset_of<1>(winner, x + at));
+    best.index = 1 + at +
+                 (at < long_end    ? offset_of<long_block>(winner, x + at)
+                  : at < short_end ? offset_of<short_block>(winner, x + at)
+                                   : offset_of<1>(winner, x + at));
     best.value = winner.lane(0);
 }
 
 template <extreme X, class E>
-vrn_int index_of_extreme(vrn_int n, const E* x, vrn_int incx)
+[[gnu::noinline]] vrn_int strided_index_of_extreme(vrn_int n, const E* x, vrn_int incx)
 {
-    using R = real_of<E>;
-    constexpr int lanes = vec<R>::lanes;
+    running_extreme<X, E> best{static_cast<double>(magnitude(x[0])), 1};
+    for (vrn_int i = 1; i < n; ++i) best.see(x[i * incx], i);
+    return best.index;
+}
+
+template <extreme X, class E>
+[[gnu::always_inline]] inline vrn_int index_of_extreme(vrn_int n, const E* x, vrn_int incx)
+{
+    constexpr int lanes = vec<real_of<E>>::lanes;
     if (n <= 0 || incx <= 0) return 0;
     if (n == 1) return 1;
+    constexpr bool complex = simd::element<E>::parts == 2;
+    if (incx != 1 || !(complex ? place(x) % 8 == 0 : is_natural(x)))
+        return strided_index_of_extreme<X>(n, x, incx);
     running_extreme<X, E> best{static_cast<double>(magnitude(x[0])), 1};
     vrn_int i = 1;
     // Eight bytes is the least alignment of the vector stretch of complex elements; their head is one step, which
     // brings single-precision numbers into line and tests no further for the others.
-    constexpr bool complex = simd::element<E>::parts == 2;
-    if (incx == 1 && (complex ? place(x) % 8 == 0 : is_natural(x))) {
-        const vrn_int head = 1 + (complex ? place(x + 1) != 0 : peel_count(x + 1, n - 1));
-        for (; i < head; ++i) best.see(x[i], i);
-        const vrn_int end = n - (n - i) % lanes;
-        if (i < end) vector_stretch(x, i, end, best);
-        i = end;
-    }
-    for (; i < n; ++i) best.see(x[i * incx], i);
+    const vrn_int head = 1 + (complex ? place(x + 1) != 0 : peel_count(x + 1, n - 1));
+    for (; i < head; ++i) best.see(x[i], i);
+    const vrn_int end = n - static_cast<vrn_int>(static_cast<std::size_t>(n - i) % lanes);
+    if (i < end) vector_stretch(x, i, end, best);
+    for (i = end; i < n; ++i) best.see(x[i], i);
     return best.index;
 }
 
