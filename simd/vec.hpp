@@ -158,6 +158,14 @@ struct vec<float> {
     friend vec add_pairs(vec a, vec b) { return {_mm_hadd_ps(a.v, b.v)}; }
 };
 
+// The same value, which the compiler has to hold in a register: it may not load it a second time instead.
+template <class R>
+[[gnu::always_inline]] inline vec<R> held(vec<R> a)
+{
+    asm("" : "+x"(a.v));
+    return a;
+}
+
 // One 64-bit integer for each lane of vec<R>.
 template <class R>
 struct lane_ints;

@@ -12,17 +12,22 @@ struct rot_op : reads_both {
     static constexpr bool writes_x = true;
     factor<R> c, s;
     rot_op(R cosine, R sine) : c(cosine), s(sine) {}
+    // Both are used twice; loaded twice, as g++ would, they wait for the stores between.
+    void operator()(vec<R>& x, vec<R>& y) const { turn(x = held(x), y = held(y)); }
+    void operator()(R& x, R& y) const { turn(x, y); }
+    void operator()(cplx<R>& x, cplx<R>& y) const
+    {
+        turn(x.re, y.re);
+        turn(x.im, y.im);
+    }
+
+  private:
     template <class V>
-    void operator()(V& x, V& y) const
+    [[gnu::always_inline]] void turn(V& x, V& y) const
     {
         const V old = x;
         x = c(x) + s(y);
         y = c(y) - s(old);
-    }
-    void operator()(cplx<R>& x, cplx<R>& y) const
-    {
-        (*this)(x.re, y.re);
-        (*this)(x.im, y.im);
     }
 };
 
