@@ -58,24 +58,13 @@ inline constexpr const char* routine = sizeof(T) == 4 ? "SGEMM" : "DGEMM";
 
 inline vrn_int least(vrn_int x, vrn_int y) { return x < y ? x : y; }
 
+// The product with its record. beta is that of the first depth block; later ones add.
 template <class T>
-struct call {
-    const char *transa, *transb;
-    bool a_normal, b_normal;
-    vrn_int m, n, k;
-    T alpha;
-    const T* a;
-    vrn_int lda;
-    const T* b;
-    vrn_int ldb;
-    T beta; // of the first depth block; later ones add
-    T* c;
-    vrn_int ldc;
+struct call : product<T> {
     gemm_desc* desc;
+    using product<T>::transa, product<T>::transb, product<T>::alpha, product<T>::lda, product<T>::ldb,
+        product<T>::ldc, product<T>::beta;
 
-    const T* a_at(vrn_int i, vrn_int kk) const { return a + (a_normal ? i + kk * lda : kk + i * lda); }
-    const T* b_at(vrn_int kk, vrn_int j) const { return b + (b_normal ? kk + j * ldb : j + kk * ldb); }
-    T* c_at(vrn_int i, vrn_int j) const { return c + i + j * ldc; }
     T beta_of(vrn_int k0) const { return k0 == 0 ? beta : T{1}; }
 
     T* a_panels() const { return static_cast<T*>(desc->a_buffer); }
@@ -84,13 +73,13 @@ struct call {
     // Packs op(A)[i.., k0..] behind the first `skip` panels of the buffer.
     void pack_a(vrn_int i, vrn_int mb, vrn_int k0, vrn_int kb, vrn_int skip = 0) const
     {
-        (a_normal ? desc->copyan : desc->copyat)(&mb, &kb, a_at(i, k0), &lda,
+        (this->a_normal() ? desc->copyan : desc->copyat)(&mb, &kb, this->a_at(i, k0), &lda,
                                                  a_panels() + skip * desc->a_panel_elements,
                                                  &desc->a_panel_elements, &alpha);
     }
     void pack_b(vrn_int k0, vrn_int kb, vrn_int j, vrn_int nb, vrn_int skip = 0) const
     {
-        (b_normal ? desc->copybn : desc->copybt)(&kb, &nb, b_at(k0, j), &ldb,
+        (this->b_normal() ? desc->copybn : desc->copybt)(&kb, &nb, this->b_at(k0, j), &ldb,
                                                  b_panels() + skip * desc->b_panel_elements,
                                                  &desc->b_panel_elements, nullptr);
     }
@@ -246,11 +235,8 @@ vrn_int gemm(std::int32_t mode_number, call<T> o)
         return 0;
     }
     const bool given = mode->a_given || mode->b_given;
-    const auto without_buffer = [&] {
-        unpacked::gemm<T>({o.a_normal, o.b_normal, o.m, o.n, o.k, o.alpha, o.a, o.lda, o.b, o.ldb, o.beta, o.c, o.ldc});
-    };
     if (!given && (o.m < d.m_min || o.n < d.n_min || o.k < d.k_min)) {
-        without_buffer();
+        unpacked::gemm<T>(o);
         return 0;
     }
 
@@ -258,7 +244,7 @@ vrn_int gemm(std::int32_t mode_number, call<T> o)
     d.get_bufs_size(mode->request, limit_actual, &o.m, &o.n, &o.k, &d);
     d.get_bufs(mode->request, &buffer, &d);
     if (vrn_serv_check_ptr_and_warn(buffer, routine<T>, std::int64_t{5}) != 0) {
-        if (!given) return without_buffer(), 0;
+        if (!given) return unpacked::gemm<T>(o), 0;
         from_given(o, *mode);
         return 1;
     }

@@ -10,52 +10,26 @@ using namespace vrn::blas;
 
 namespace {
 
-// Anything that is not N is transposed.
-bool is_normal(const char* trans) { return (*trans & ~0x20) == 'N'; }
-
-template <class T>
-struct published {
-    const char *transa, *transb;
-    const vrn_int *m, *n, *k;
-    const T *alpha, *a;
-    const vrn_int* lda;
-    const T* b;
-    const vrn_int* ldb;
-    const T* beta;
-    T* c;
-    const vrn_int* ldc;
-};
-
-template <class T>
-vrn_int run(std::int32_t mode, const published<T>& p, T beta, gemm_desc* desc)
-{
-    return driver::gemm<T>(mode, {p.transa, p.transb, is_normal(p.transa), is_normal(p.transb), *p.m, *p.n, *p.k,
-                                  *p.alpha, p.a, *p.lda, p.b, *p.ldb, beta, p.c, *p.ldc, desc});
-}
-
 // The entry of one thread: tiny products that only add go to the unrolled kernels; everything else scales C once
 // and accumulates.
 template <class T>
-void gemm(const published<T>& p, void (*get_optimal_kernel)(gemm_desc*), void (*zero_desc)(gemm_desc*))
+void gemm(product<T> p, void (*get_optimal_kernel)(gemm_desc*), void (*zero_desc)(gemm_desc*))
 {
-    const vrn_int m = *p.m, n = *p.n, k = *p.k;
-    if (m <= 0 || n <= 0) return;
+    if (p.m <= 0 || p.n <= 0) return;
     constexpr vrn_int largest = small::largest;
-    if (m <= largest && n <= largest && k >= 1 && k <= largest && *p.beta == T{1})
-        return small::gemm<T>(k, {p.transa, p.transb, m, n, *p.alpha, p.a, *p.lda, p.b, *p.ldb, *p.beta, p.c, *p.ldc});
+    if (p.m <= largest && p.n <= largest && p.k >= 1 && p.k <= largest && p.beta == T{1}) return small::gemm(p);
     gemm_desc desc;
     desc.w_factor = 0;
     zero_desc(&desc);
     get_optimal_kernel(&desc);
-    if (*p.beta != T{1}) mscale(m, n, *p.beta, p.c, *p.ldc);
-    if (*p.alpha == T{}) return;
-    const T one{1};
-    if (m >= desc.m_unroll && n >= desc.n_unroll && k >= desc.k_unroll) {
-        desc.get_blks_size(&m, &n, &k, &desc);
-        run(driver::default_mode, p, one, &desc);
+    if (p.beta != T{1}) mscale(p.m, p.n, p.beta, p.c, p.ldc);
+    if (p.alpha == T{}) return;
+    p.beta = T{1};
+    if (p.m >= desc.m_unroll && p.n >= desc.n_unroll && p.k >= desc.k_unroll) {
+        desc.get_blks_size(&p.m, &p.n, &p.k, &desc);
+        driver::gemm<T>(driver::default_mode, {p, &desc});
     } else {
-        unpacked::gemm<T>({is_normal(p.transa), is_normal(p.transb), m, n, k, *p.alpha, p.a, *p.lda, p.b, *p.ldb, one,
-                           p.c, *p.ldc});
+        unpacked::gemm(p);
     }
 }
 
@@ -74,7 +48,7 @@ extern "C" {
 #define GEMM(name, T, get_optimal_kernel)                                                                          \
     VRN_EXPORT void name(PUBLISHED(T))                                                                             \
     {                                                                                                              \
-        gemm<T>({transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc}, get_optimal_kernel,                \
+        gemm<T>({transa, transb, *m, *n, *k, *alpha, a, *lda, b, *ldb, *beta, c, *ldc}, get_optimal_kernel,        \
                 vrn_blas_s42_dgemm_zero_desc);                                                                     \
     }
 GEMM(vrn_blas_s42_xsgemm, float, vrn_blas_s42_sgemm_get_optimal_kernel)
@@ -83,7 +57,8 @@ GEMM(vrn_blas_s42_xdgemm, double, vrn_blas_s42_dgemm_get_optimal_kernel)
 #define GEMM_PAR(name, T)                                                                                          \
     VRN_EXPORT vrn_int name(PUBLISHED(T), std::int32_t mode, gemm_desc* desc)                                      \
     {                                                                                                              \
-        return run<T>(mode, {transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc}, *beta, desc);          \
+        return driver::gemm<T>(                                                                                    \
+            mode, {{transa, transb, *m, *n, *k, *alpha, a, *lda, b, *ldb, *beta, c, *ldc}, desc});                 \
     }
 GEMM_PAR(vrn_blas_s42_xsgemm_par, float)
 GEMM_PAR(vrn_blas_s42_xdgemm_par, double)

@@ -4,7 +4,7 @@
 
 namespace vrn::blas::small {
 
-template void gemm(vrn_int, const operands<float>&);
-template void gemm(vrn_int, const operands<double>&);
+template void gemm(const product<float>&);
+template void gemm(const product<double>&);
 
 } // namespace vrn::blas::small

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "blas/gemm/mscale.hpp"
+#include "blas/gemm/product.hpp"
 #include "blas/gemm/rows.hpp"
 #include "blas/gemm/tables.hpp"
 #include "frame/services.hpp"
@@ -16,7 +17,6 @@
 
 namespace vrn::blas::small {
 
-using vrn_int = std::int64_t;
 using simd::unroll;
 using simd::vec;
 
@@ -117,22 +117,8 @@ template <int K>
     }
 }
 
-template <class T>
-struct operands {
-    const char *transa, *transb;
-    vrn_int m, n;
-    T alpha;
-    const T* a;
-    vrn_int lda;
-    const T* b;
-    vrn_int ldb;
-    T beta;
-    T* c;
-    vrn_int ldc;
-};
-
 template <int K, class T>
-void multiply(const operands<T>& o)
+void multiply(const product<T>& o)
 {
     const bool a_normal = vrn_serv_lsame(o.transa, "N", 1, 1) != 0;
     const bool b_normal = vrn_serv_lsame(o.transb, "N", 1, 1) != 0;
@@ -151,18 +137,18 @@ void multiply(const operands<T>& o)
 
 // k from 1 to 10; anything else is refused by returning.
 template <class T>
-void gemm(vrn_int k, const operands<T>& o)
+void gemm(const product<T>& o)
 {
-    using kernel = void(const operands<T>&);
+    using kernel = void(const product<T>&);
     static constexpr kernel* kernels[] = {multiply<1, T>, multiply<2, T>, multiply<3, T>, multiply<4, T>,
                                           multiply<5, T>, multiply<6, T>, multiply<7, T>, multiply<8, T>,
                                           multiply<9, T>, multiply<10, T>};
-    if (k < 1 || k > largest) return;
-    kernels[k - 1](o);
+    if (o.k < 1 || o.k > largest) return;
+    kernels[o.k - 1](o);
 }
 
 // Instantiated by small.cpp: the unrolled kernels are the bulk of this folder's code.
-extern template void gemm(vrn_int, const operands<float>&);
-extern template void gemm(vrn_int, const operands<double>&);
+extern template void gemm(const product<float>&);
+extern template void gemm(const product<double>&);
 
 } // namespace vrn::blas::small

@@ -5,6 +5,7 @@
 // rows, where they lie contiguous, in blocks of 8, then 2, then 1.
 #pragma once
 
+#include "blas/gemm/product.hpp"
 #include "blas/gemm/rows.hpp"
 #include "simd/unroll.hpp"
 #include "simd/vec.hpp"
@@ -13,23 +14,8 @@
 
 namespace vrn::blas::unpacked {
 
-using vrn_int = std::int64_t;
 using simd::unroll;
 using simd::vec;
-
-template <class T>
-struct operands {
-    bool a_normal, b_normal;
-    vrn_int m, n, k;
-    T alpha;
-    const T* a;
-    vrn_int lda;
-    const T* b;
-    vrn_int ldb;
-    T beta;
-    T* c;
-    vrn_int ldc;
-};
 
 // How a pass treats C.
 enum class update { store, add, scale };
@@ -111,12 +97,12 @@ inline void depth_tile(vrn_int depth, T alpha, const T* a, const T* b, vrn_int b
 }
 
 template <update U, int Columns, class T>
-[[gnu::flatten]] void columns(const operands<T>& o, vrn_int k0, vrn_int depth, vrn_int j)
+[[gnu::flatten]] void columns(const product<T>& o, vrn_int k0, vrn_int depth, vrn_int j)
 {
-    const vrn_int brow = o.b_normal ? 1 : o.ldb, bcol = o.b_normal ? o.ldb : 1;
+    const vrn_int brow = o.b_normal() ? 1 : o.ldb, bcol = o.b_normal() ? o.ldb : 1;
     const T* b = o.b + k0 * brow + j * bcol;
     T* c = o.c + j * o.ldc;
-    if (o.a_normal) {
+    if (o.a_normal()) {
         const T* a = o.a + k0 * o.lda;
         vrn_int i = 0;
         const auto tile = [&]<int Rows>() {
@@ -144,7 +130,7 @@ template <update U, int Columns, class T>
 }
 
 template <update U, class T>
-void pass(const operands<T>& o, vrn_int k0, vrn_int depth)
+void pass(const product<T>& o, vrn_int k0, vrn_int depth)
 {
     const vrn_int even = o.n & ~vrn_int{1};
     for (vrn_int j = 0; j < even; j += 2) columns<U, 2>(o, k0, depth, j);
@@ -152,7 +138,7 @@ void pass(const operands<T>& o, vrn_int k0, vrn_int depth)
 }
 
 template <class T>
-void gemm(const operands<T>& o)
+void gemm(const product<T>& o)
 {
     const vrn_int k4 = o.k & ~vrn_int{3};
     const auto first = o.beta == T{} ? pass<update::store, T> : o.beta == T{1} ? pass<update::add, T>

@@ -15,6 +15,7 @@
 #include "core/blas/gemm.hpp"
 
 #include "blas/gemm/desc.hpp"
+#include "blas/gemm/product.hpp"
 #include "core/loader/loader.hpp"
 #include "core/threads/threads.hpp"
 #include "frame/services.hpp"
@@ -94,25 +95,6 @@ struct tiling {
 };
 // Rows of A that are packed and shared at a time.
 constexpr vrn_int shared_rows = 4096;
-
-template <class T>
-struct product {
-    const char *transa, *transb;
-    vrn_int m, n, k;
-    T alpha;
-    const T* a;
-    vrn_int lda;
-    const T* b;
-    vrn_int ldb;
-    T beta;
-    T* c;
-    vrn_int ldc;
-
-    bool a_normal() const { return (*transa & ~0x20) == 'N'; }
-    bool b_normal() const { return (*transb & ~0x20) == 'N'; }
-    const T* a_at(vrn_int i, vrn_int kk) const { return a + (a_normal() ? i + kk * lda : kk + i * lda); }
-    const T* b_at(vrn_int kk, vrn_int j) const { return b + (b_normal() ? kk + j * ldb : j + kk * ldb); }
-};
 
 template <class T>
 void scale(const product<T>& p)
