@@ -87,20 +87,21 @@ template <class T>
 void sse_peak(long calls)
 {
     static constexpr long turns = 2000;
-#define STEP(op, r) op " %%xmm" #r ", %%xmm" #r "\n\t"
+#define STEP(op, r)   op " %%xmm" #r ", %%xmm" #r "\n\t"
 #define PAIR(t, r, q) STEP("mul" t, r) STEP("add" t, q)
-#define TURN(t) PAIR(t, 0, 8) PAIR(t, 1, 9) PAIR(t, 2, 10) PAIR(t, 3, 11) PAIR(t, 4, 12) PAIR(t, 5, 13) PAIR(t, 6, 14) PAIR(t, 7, 15)
+#define TURN(t)                                                                                                      \
+    PAIR(t, 0, 8)                                                                                                    \
+    PAIR(t, 1, 9) PAIR(t, 2, 10) PAIR(t, 3, 11) PAIR(t, 4, 12) PAIR(t, 5, 13) PAIR(t, 6, 14) PAIR(t, 7, 15)
 #define ZERO(r) "xorps %%xmm" #r ", %%xmm" #r "\n\t"
     for (long call = 0; call < calls; ++call) {
         long n = turns / 4;
-        asm volatile(ZERO(0) ZERO(1) ZERO(2) ZERO(3) ZERO(4) ZERO(5) ZERO(6) ZERO(7) ZERO(8) ZERO(9) ZERO(10)
-                         ZERO(11) ZERO(12) ZERO(13) ZERO(14) ZERO(15)::
+        asm volatile(ZERO(0) ZERO(1) ZERO(2) ZERO(3) ZERO(4) ZERO(5) ZERO(6) ZERO(7) ZERO(8) ZERO(9) ZERO(10) ZERO(11)
+                         ZERO(12) ZERO(13) ZERO(14) ZERO(15)::
                              : "xmm0", "xmm1", "xmm2", "xmm3", "xmm4", "xmm5", "xmm6", "xmm7", "xmm8", "xmm9",
                                "xmm10", "xmm11", "xmm12", "xmm13", "xmm14", "xmm15");
         if constexpr (sizeof(T) == 8)
             asm volatile("1:\n\t" TURN("pd") TURN("pd") TURN("pd") TURN("pd") "dec %0\n\tjnz 1b" : "+r"(n)::"cc");
-        else
-            asm volatile("1:\n\t" TURN("ps") TURN("ps") TURN("ps") TURN("ps") "dec %0\n\tjnz 1b" : "+r"(n)::"cc");
+        else asm volatile("1:\n\t" TURN("ps") TURN("ps") TURN("ps") TURN("ps") "dec %0\n\tjnz 1b" : "+r"(n)::"cc");
     }
 #undef ZERO
 #undef TURN

@@ -61,19 +61,27 @@ struct regions {
 constexpr regions wanted(std::int32_t request)
 {
     switch (request) {
-    case request_awb: return {true, true, true};
-    case request_a: return {true, false, false};
-    case request_b: return {false, false, true};
-    case request_ab: return {true, false, true};
-    case request_bw: return {false, true, true};
-    case request_aw: return {true, true, false};
-    case request_w: return {false, true, false};
-    default: return {};
+    case request_awb:
+        return {true, true, true};
+    case request_a:
+        return {true, false, false};
+    case request_b:
+        return {false, false, true};
+    case request_ab:
+        return {true, false, true};
+    case request_bw:
+        return {false, true, true};
+    case request_aw:
+        return {true, true, false};
+    case request_w:
+        return {false, true, false};
+    default:
+        return {};
     }
 }
 
-vrn_int get_bufs_size(std::int32_t request, std::int32_t limit, const vrn_int* m, const vrn_int* n,
-                      const vrn_int* k, gemm_desc* desc, vrn_int element)
+vrn_int get_bufs_size(std::int32_t request, std::int32_t limit, const vrn_int* m, const vrn_int* n, const vrn_int* k,
+                      gemm_desc* desc, vrn_int element)
 {
     const regions r = wanted(request);
     if (!r.any() || (limit != limit_actual && limit != limit_blocks)) return 1;
@@ -133,18 +141,18 @@ constexpr gemm_desc numbers(std::int32_t index)
 }
 
 // Conjugation means nothing for a real matrix: the T packers serve C too.
-#define FILL(d, t, AC, BC, AEXT, BEXT, KERNEL)                                                                     \
-    d.get_blks_size = vrn_blas_s42_##t##gemm_get_blks_size;                                                        \
-    d.get_bufs_size = vrn_blas_s42_##t##gemm_get_bufs_size;                                                        \
-    d.get_bufs = vrn_blas_s42_##t##gemm_get_bufs;                                                                  \
-    d.copyan = vrn_blas_s42_##t##gemm_copyan;                                                                      \
-    d.copyat = vrn_blas_s42_##t##gemm_copyat;                                                                      \
-    d.copyac = vrn_blas_s42_##t##gemm_##AC;                                                                        \
-    d.copybn = vrn_blas_s42_##t##gemm_copybn;                                                                      \
-    d.copybt = vrn_blas_s42_##t##gemm_copybt;                                                                      \
-    d.copybc = vrn_blas_s42_##t##gemm_##BC;                                                                        \
-    d.copya_ext = AEXT;                                                                                            \
-    d.copyb_ext = BEXT;                                                                                            \
+#define FILL(d, t, AC, BC, AEXT, BEXT, KERNEL)                                                                       \
+    d.get_blks_size = vrn_blas_s42_##t##gemm_get_blks_size;                                                          \
+    d.get_bufs_size = vrn_blas_s42_##t##gemm_get_bufs_size;                                                          \
+    d.get_bufs = vrn_blas_s42_##t##gemm_get_bufs;                                                                    \
+    d.copyan = vrn_blas_s42_##t##gemm_copyan;                                                                        \
+    d.copyat = vrn_blas_s42_##t##gemm_copyat;                                                                        \
+    d.copyac = vrn_blas_s42_##t##gemm_##AC;                                                                          \
+    d.copybn = vrn_blas_s42_##t##gemm_copybn;                                                                        \
+    d.copybt = vrn_blas_s42_##t##gemm_copybt;                                                                        \
+    d.copybc = vrn_blas_s42_##t##gemm_##BC;                                                                          \
+    d.copya_ext = AEXT;                                                                                              \
+    d.copyb_ext = BEXT;                                                                                              \
     d.kernel = KERNEL
 
 constexpr gemm_desc d_entry(std::int32_t index)
@@ -249,21 +257,21 @@ VRN_ALIAS(vrn_blas_s42_sgemm_free_bufs, vrn_blas_s42_dgemm_free_bufs);
 VRN_ALIAS(vrn_blas_s42_cgemm_free_bufs, vrn_blas_s42_dgemm_free_bufs);
 VRN_ALIAS(vrn_blas_s42_zgemm_free_bufs, vrn_blas_s42_dgemm_free_bufs);
 
-#define BLKS_SIZE(name, T)                                                                                         \
-    VRN_EXPORT void name(const vrn_int*, const vrn_int* n, const vrn_int* k, gemm_desc* desc)                      \
-    {                                                                                                              \
-        get_blks_size<T>(n, k, desc);                                                                              \
+#define BLKS_SIZE(name, T)                                                                                           \
+    VRN_EXPORT void name(const vrn_int*, const vrn_int* n, const vrn_int* k, gemm_desc* desc)                        \
+    {                                                                                                                \
+        get_blks_size<T>(n, k, desc);                                                                                \
     }
 BLKS_SIZE(vrn_blas_s42_sgemm_get_blks_size, float)
 BLKS_SIZE(vrn_blas_s42_dgemm_get_blks_size, double)
 BLKS_SIZE(vrn_blas_s42_cgemm_get_blks_size, std::complex<float>)
 BLKS_SIZE(vrn_blas_s42_zgemm_get_blks_size, std::complex<double>)
 
-#define BUFS_SIZE(name, T)                                                                                         \
-    VRN_EXPORT vrn_int name(std::int32_t request, std::int32_t limit, const vrn_int* m, const vrn_int* n,          \
-                            const vrn_int* k, gemm_desc* desc)                                                     \
-    {                                                                                                              \
-        return get_bufs_size(request, limit, m, n, k, desc, sizeof(T));                                            \
+#define BUFS_SIZE(name, T)                                                                                           \
+    VRN_EXPORT vrn_int name(std::int32_t request, std::int32_t limit, const vrn_int* m, const vrn_int* n,            \
+                            const vrn_int* k, gemm_desc* desc)                                                       \
+    {                                                                                                                \
+        return get_bufs_size(request, limit, m, n, k, desc, sizeof(T));                                              \
     }
 BUFS_SIZE(vrn_blas_s42_sgemm_get_bufs_size, float)
 BUFS_SIZE(vrn_blas_s42_dgemm_get_bufs_size, double)
@@ -271,7 +279,7 @@ BUFS_SIZE(vrn_blas_s42_zgemm_get_bufs_size, std::complex<double>)
 // Elements of c and d have the same size.
 VRN_ALIAS(vrn_blas_s42_cgemm_get_bufs_size, vrn_blas_s42_dgemm_get_bufs_size);
 
-#define GET_KERNEL(name, table)                                                                                    \
+#define GET_KERNEL(name, table)                                                                                      \
     VRN_EXPORT vrn_int name(std::int32_t index, gemm_desc* desc) { return get_kernel(index, desc, table); }
 GET_KERNEL(vrn_blas_s42_sgemm_get_kernel, s_table)
 GET_KERNEL(vrn_blas_s42_dgemm_get_kernel, d_table)

@@ -16,8 +16,8 @@ struct gemm_desc;
 
 // All published arguments by reference. Element pointers are void: one record serves four types.
 using get_blks_size_function = void(const vrn_int* m, const vrn_int* n, const vrn_int* k, gemm_desc*);
-using get_bufs_size_function = vrn_int(std::int32_t request, std::int32_t limit, const vrn_int* m,
-                                       const vrn_int* n, const vrn_int* k, gemm_desc*);
+using get_bufs_size_function = vrn_int(std::int32_t request, std::int32_t limit, const vrn_int* m, const vrn_int* n,
+                                       const vrn_int* k, gemm_desc*);
 using get_bufs_function = vrn_int(std::int32_t request, void** buffer, gemm_desc*);
 // op(A), mb by kb, times alpha, into panels `*panel_distance` elements apart.
 using copy_a_function = void(const vrn_int* mb, const vrn_int* kb, const void* a, const vrn_int* lda, void* to,
@@ -28,11 +28,11 @@ using copy_b_function = void(const vrn_int* kb, const vrn_int* nb, const void* b
 // Packs into a panel set whose place the caller gives. Ours to define: everything by reference, as the
 // siblings; `code` must be 4096, else nothing is done and 1 is returned. The reserved places are not read.
 using copy_a_ext_function = vrn_int(const vrn_int* code, const char* trans, const void*, const void*, const void*,
-                                    const vrn_int* m, const vrn_int* k, const void* a, const vrn_int* lda,
-                                    void** to, const vrn_int* panel_distance);
+                                    const vrn_int* m, const vrn_int* k, const void* a, const vrn_int* lda, void** to,
+                                    const vrn_int* panel_distance);
 using copy_b_ext_function = vrn_int(const vrn_int* code, const char* trans, const void*, const void*, const void*,
-                                    const vrn_int* k, const vrn_int* n, const void* b, const vrn_int* ldb,
-                                    void** to, const vrn_int* panel_distance, const vrn_int* reserved);
+                                    const vrn_int* k, const vrn_int* n, const void* b, const vrn_int* ldb, void** to,
+                                    const vrn_int* panel_distance, const vrn_int* reserved);
 // C (m by n) := beta C + packed A times packed B. `k` is the padded depth for variant 2 (both packed) and the
 // depth itself for variant 3 (B raw; the kernel packs it into w, panel by panel).
 using kernel_function = void(const char* transa, const char* transb, const vrn_int* m, const vrn_int* n,
@@ -42,8 +42,8 @@ using kernel_function = void(const char* transa, const char* transb, const vrn_i
 
 struct gemm_desc {
     std::int32_t reserved0;
-    std::int32_t kernel_index; // entry of the type's table in use
-    std::int32_t mode_mask;    // partition modes of the driver that the type has, as bits
+    std::int32_t kernel_index;            // entry of the type's table in use
+    std::int32_t mode_mask;               // partition modes of the driver that the type has, as bits
     vrn_int m_block, n_block, k_block;    // cache blocks; 0 is not set yet
     vrn_int m_unroll, n_unroll, k_unroll; // register tile mr, nr and the multiple kr of the packed depth
     vrn_int m_min, n_min, k_min;          // below any of these the driver does not pack

@@ -74,28 +74,27 @@ struct call : product<T> {
     void pack_a(vrn_int i, vrn_int mb, vrn_int k0, vrn_int kb, vrn_int skip = 0) const
     {
         (this->a_normal() ? desc->copyan : desc->copyat)(&mb, &kb, this->a_at(i, k0), &lda,
-                                                 a_panels() + skip * desc->a_panel_elements,
-                                                 &desc->a_panel_elements, &alpha);
+                                                         a_panels() + skip * desc->a_panel_elements,
+                                                         &desc->a_panel_elements, &alpha);
     }
     void pack_b(vrn_int k0, vrn_int kb, vrn_int j, vrn_int nb, vrn_int skip = 0) const
     {
         (this->b_normal() ? desc->copybn : desc->copybt)(&kb, &nb, this->b_at(k0, j), &ldb,
-                                                 b_panels() + skip * desc->b_panel_elements,
-                                                 &desc->b_panel_elements, nullptr);
+                                                         b_panels() + skip * desc->b_panel_elements,
+                                                         &desc->b_panel_elements, nullptr);
     }
     void kernel(vrn_int mb, vrn_int nb, vrn_int depth, const T* pa, vrn_int a_distance, const T* pb,
                 vrn_int b_distance, T kernel_beta, T* to, std::int32_t variant) const
     {
         const T one{1};
-        desc->kernel(transa, transb, &mb, &nb, &depth, &one, pa, &a_distance, pb, &b_distance, &kernel_beta, to,
-                     &ldc, desc->w_buffer, variant);
+        desc->kernel(transa, transb, &mb, &nb, &depth, &one, pa, &a_distance, pb, &b_distance, &kernel_beta, to, &ldc,
+                     desc->w_buffer, variant);
     }
     // Both operands in this call's buffers, from panels (pi, pj) on.
     void kernel_packed(vrn_int mb, vrn_int nb, vrn_int kb, vrn_int pi, vrn_int pj, T kernel_beta, T* to) const
     {
-        kernel(mb, nb, round_up(kb, desc->k_unroll), a_panels() + pi * desc->a_panel_elements,
-               desc->a_panel_elements, b_panels() + pj * desc->b_panel_elements, desc->b_panel_elements, kernel_beta,
-               to, 2);
+        kernel(mb, nb, round_up(kb, desc->k_unroll), a_panels() + pi * desc->a_panel_elements, desc->a_panel_elements,
+               b_panels() + pj * desc->b_panel_elements, desc->b_panel_elements, kernel_beta, to, 2);
     }
 };
 
@@ -248,15 +247,12 @@ vrn_int gemm(std::int32_t mode_number, call<T> o)
         from_given(o, *mode);
         return 1;
     }
-    if (mode->mode == 128)
-        by_row_group(o);
-    else if (mode->mode == 256)
-        by_column_group(o);
+    if (mode->mode == 128) by_row_group(o);
+    else if (mode->mode == 256) by_column_group(o);
     else if (mode->mode == 64)
         d.kernel(o.transa, o.transb, &o.m, &o.n, &o.k, &o.alpha, o.a, &o.lda, o.b, &o.ldb, &o.beta, o.c, &o.ldc,
                  d.w_buffer, 2);
-    else
-        blocked(o, *mode);
+    else blocked(o, *mode);
     vrn_serv_deallocate(buffer);
     return 0;
 }

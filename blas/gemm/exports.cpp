@@ -41,35 +41,35 @@ extern "C" {
 [[gnu::visibility("default")]] void vrn_blas_s42_dgemm_get_optimal_kernel(gemm_desc*);
 }
 
-#define PUBLISHED(T)                                                                                               \
-    const char *transa, const char *transb, const vrn_int *m, const vrn_int *n, const vrn_int *k, const T *alpha,  \
+#define PUBLISHED(T)                                                                                                 \
+    const char *transa, const char *transb, const vrn_int *m, const vrn_int *n, const vrn_int *k, const T *alpha,    \
         const T *a, const vrn_int *lda, const T *b, const vrn_int *ldb, const T *beta, T *c, const vrn_int *ldc
 
-#define GEMM(name, T, get_optimal_kernel)                                                                          \
-    VRN_EXPORT void name(PUBLISHED(T))                                                                             \
-    {                                                                                                              \
-        gemm<T>({transa, transb, *m, *n, *k, *alpha, a, *lda, b, *ldb, *beta, c, *ldc}, get_optimal_kernel,        \
-                vrn_blas_s42_dgemm_zero_desc);                                                                     \
+#define GEMM(name, T, get_optimal_kernel)                                                                            \
+    VRN_EXPORT void name(PUBLISHED(T))                                                                               \
+    {                                                                                                                \
+        gemm<T>({transa, transb, *m, *n, *k, *alpha, a, *lda, b, *ldb, *beta, c, *ldc}, get_optimal_kernel,          \
+                vrn_blas_s42_dgemm_zero_desc);                                                                       \
     }
 GEMM(vrn_blas_s42_xsgemm, float, vrn_blas_s42_sgemm_get_optimal_kernel)
 GEMM(vrn_blas_s42_xdgemm, double, vrn_blas_s42_dgemm_get_optimal_kernel)
 
-#define GEMM_PAR(name, T)                                                                                          \
-    VRN_EXPORT vrn_int name(PUBLISHED(T), std::int32_t mode, gemm_desc* desc)                                      \
-    {                                                                                                              \
-        return driver::gemm<T>(                                                                                    \
-            mode, {{transa, transb, *m, *n, *k, *alpha, a, *lda, b, *ldb, *beta, c, *ldc}, desc});                 \
+#define GEMM_PAR(name, T)                                                                                            \
+    VRN_EXPORT vrn_int name(PUBLISHED(T), std::int32_t mode, gemm_desc* desc)                                        \
+    {                                                                                                                \
+        return driver::gemm<T>(mode,                                                                                 \
+                               {{transa, transb, *m, *n, *k, *alpha, a, *lda, b, *ldb, *beta, c, *ldc}, desc});      \
     }
 GEMM_PAR(vrn_blas_s42_xsgemm_par, float)
 GEMM_PAR(vrn_blas_s42_xdgemm_par, double)
 
-#define GEMMGER(name, R, Parts)                                                                                    \
-    VRN_EXPORT void name(const void*, const void*, const vrn_int* m, const vrn_int* n,                             \
-                         const number<R, Parts>* alpha, const number<R, Parts>* x, const vrn_int* incx,            \
-                         const number<R, Parts>* y, const vrn_int* incy, const number<R, Parts>* beta,             \
-                         number<R, Parts>* c, const vrn_int* ldc)                                                  \
-    {                                                                                                              \
-        gemmger<R, Parts>(*m, *n, *alpha, x, *incx, y, *incy, *beta, c, *ldc);                                     \
+#define GEMMGER(name, R, Parts)                                                                                      \
+    VRN_EXPORT void name(const void*, const void*, const vrn_int* m, const vrn_int* n,                               \
+                         const number<R, Parts>* alpha, const number<R, Parts>* x, const vrn_int* incx,              \
+                         const number<R, Parts>* y, const vrn_int* incy, const number<R, Parts>* beta,               \
+                         number<R, Parts>* c, const vrn_int* ldc)                                                    \
+    {                                                                                                                \
+        gemmger<R, Parts>(*m, *n, *alpha, x, *incx, y, *incy, *beta, c, *ldc);                                       \
     }
 GEMMGER(vrn_blas_s42_xsgemmger, float, 1)
 GEMMGER(vrn_blas_s42_xdgemmger, double, 1)

@@ -6,15 +6,15 @@
 // These names are exported: without the pragma a mere mention would hide them.
 #pragma GCC visibility push(default)
 
-#define VRN_GEMM_TYPE(t)                                                                                           \
-    extern "C" {                                                                                                   \
-    vrn::blas::get_blks_size_function vrn_blas_s42_##t##gemm_get_blks_size;                                        \
-    vrn::blas::get_bufs_size_function vrn_blas_s42_##t##gemm_get_bufs_size;                                        \
-    vrn::blas::get_bufs_function vrn_blas_s42_##t##gemm_get_bufs;                                                  \
-    vrn::blas::copy_a_function vrn_blas_s42_##t##gemm_copyan;                                                      \
-    vrn::blas::copy_a_function vrn_blas_s42_##t##gemm_copyat;                                                      \
-    vrn::blas::copy_b_function vrn_blas_s42_##t##gemm_copybn;                                                      \
-    vrn::blas::copy_b_function vrn_blas_s42_##t##gemm_copybt;                                                      \
+#define VRN_GEMM_TYPE(t)                                                                                             \
+    extern "C" {                                                                                                     \
+    vrn::blas::get_blks_size_function vrn_blas_s42_##t##gemm_get_blks_size;                                          \
+    vrn::blas::get_bufs_size_function vrn_blas_s42_##t##gemm_get_bufs_size;                                          \
+    vrn::blas::get_bufs_function vrn_blas_s42_##t##gemm_get_bufs;                                                    \
+    vrn::blas::copy_a_function vrn_blas_s42_##t##gemm_copyan;                                                        \
+    vrn::blas::copy_a_function vrn_blas_s42_##t##gemm_copyat;                                                        \
+    vrn::blas::copy_b_function vrn_blas_s42_##t##gemm_copybn;                                                        \
+    vrn::blas::copy_b_function vrn_blas_s42_##t##gemm_copybt;                                                        \
     }
 VRN_GEMM_TYPE(s)
 VRN_GEMM_TYPE(d)

@@ -21,8 +21,7 @@ struct number {
     friend number operator*(number x, number y)
     {
         if constexpr (Parts == 1) return {{x.part[0] * y.part[0]}};
-        else
-            return {{x.part[0] * y.part[0] - x.part[1] * y.part[1], x.part[0] * y.part[1] + x.part[1] * y.part[0]}};
+        else return {{x.part[0] * y.part[0] - x.part[1] * y.part[1], x.part[0] * y.part[1] + x.part[1] * y.part[0]}};
     }
 };
 
@@ -37,12 +36,9 @@ inline void ger_column(std::int64_t m, N f, const N* x, std::int64_t incx, N bet
             for (int r = 0; r < 8; ++r) update(c[i + r], f * x[r * step]);
         for (; i < m; ++i, x += step) update(c[i], f * *x);
     };
-    if (beta.is(0))
-        run([](N& to, N product) { to = product; });
-    else if (beta.is(1))
-        run([](N& to, N product) { to = to + product; });
-    else
-        run([beta](N& to, N product) { to = beta * to + product; });
+    if (beta.is(0)) run([](N& to, N product) { to = product; });
+    else if (beta.is(1)) run([](N& to, N product) { to = to + product; });
+    else run([beta](N& to, N product) { to = beta * to + product; });
 }
 
 template <class R, int Parts>
@@ -58,8 +54,7 @@ void gemmger(std::int64_t m, std::int64_t n, number<R, Parts> alpha, const numbe
             if (beta.is(0) && m >= 13) {
                 zero_words(m * Parts, column->part);
             } else {
-                for (std::int64_t i = 0; i < m; ++i)
-                    column[i] = beta.is(0) ? number<R, Parts>{} : beta * column[i];
+                for (std::int64_t i = 0; i < m; ++i) column[i] = beta.is(0) ? number<R, Parts>{} : beta * column[i];
             }
         }
         return;

@@ -8,27 +8,27 @@ extern "C" [[noreturn]] void vrn_frame_pending(const char* name);
 
 namespace vrn::blas {
 
-#define KERNEL(name, T, form)                                                                                  \
-    void name(const char*, const char* transb, const vrn_int* m, const vrn_int* n, const vrn_int* k,               \
-              const void* alpha, const void* a, const vrn_int* a_panel_distance, const void* b,                    \
-              const vrn_int* b_panel_distance, const void* beta, void* c, const vrn_int* ldc, void* w,             \
-              std::int32_t variant)                                                                                \
-    {                                                                                                              \
-        kernel<T, scheme::form>(transb, *m, *n, *k, *static_cast<const T*>(alpha), static_cast<const T*>(a),           \
-                            *a_panel_distance, static_cast<const T*>(b), *b_panel_distance,                        \
-                            *static_cast<const T*>(beta), static_cast<T*>(c), *ldc, static_cast<T*>(w), variant);  \
+#define KERNEL(name, T, form)                                                                                        \
+    void name(const char*, const char* transb, const vrn_int* m, const vrn_int* n, const vrn_int* k,                 \
+              const void* alpha, const void* a, const vrn_int* a_panel_distance, const void* b,                      \
+              const vrn_int* b_panel_distance, const void* beta, void* c, const vrn_int* ldc, void* w,               \
+              std::int32_t variant)                                                                                  \
+    {                                                                                                                \
+        kernel<T, scheme::form>(transb, *m, *n, *k, *static_cast<const T*>(alpha), static_cast<const T*>(a),         \
+                                *a_panel_distance, static_cast<const T*>(b), *b_panel_distance,                      \
+                                *static_cast<const T*>(beta), static_cast<T*>(c), *ldc, static_cast<T*>(w),          \
+                                variant);                                                                            \
     }
 KERNEL(gemm_kernel_s, float, diagonal)
 KERNEL(gemm_kernel_d0, double, diagonal)
 KERNEL(gemm_kernel_d1, double, broadcast)
 
 // The complex kernels are not written yet.
-#define PENDING(name)                                                                                              \
-    void name(const char*, const char*, const vrn_int*, const vrn_int*, const vrn_int*, const void*, const void*,  \
-              const vrn_int*, const void*, const vrn_int*, const void*, void*, const vrn_int*, void*,              \
-              std::int32_t)                                                                                        \
-    {                                                                                                              \
-        vrn_frame_pending(#name);                                                                                  \
+#define PENDING(name)                                                                                                \
+    void name(const char*, const char*, const vrn_int*, const vrn_int*, const vrn_int*, const void*, const void*,    \
+              const vrn_int*, const void*, const vrn_int*, const void*, void*, const vrn_int*, void*, std::int32_t)  \
+    {                                                                                                                \
+        vrn_frame_pending(#name);                                                                                    \
     }
 PENDING(gemm_kernel_c)
 PENDING(gemm_kernel_z)

@@ -8,10 +8,10 @@
 //       (a1 a0) * (b0 b1) -> (a1b0 a0b1)                 (r2 r2 r3 r3) * (b0 b1 b0 b1) -> r2b0 r2b1 r3b0 r3b1
 //
 // In s both forms of A and the doubled pairs of B are plain loads (movsldup, movshdup, movddup): no shuffle
-// competes with the arithmetic. Where a processor's shuffles share ports with its arithmetic, the second kernel
-// of d gets its two forms by loads too, as (a0 a0) and (a1 a1). Each element of C is one sum over the depth in its natural order, whatever tile
-// form computes it, so the result depends on the depth block alone. The bodies never multiply by alpha or beta:
-// alpha is in A, beta is 0 (store) or 1 (add).
+// competes with the arithmetic. Where a processor's shuffles share ports with its arithmetic, the second kernel of
+// d gets its two forms by loads too, as (a0 a0) and (a1 a1). Each element of C is one sum over the depth in its
+// natural order, whatever tile form computes it, so the result depends on the depth block alone. The bodies never
+// multiply by alpha or beta: alpha is in A, beta is 0 (store) or 1 (add).
 //
 // The depth loops are assembly: g++ reorders the intrinsics and spills accumulators, which costs a third.
 // Goto and van de Geijn (2008), Anatomy of high-performance matrix multiplication.
@@ -28,6 +28,7 @@ namespace vrn::blas {
 
 using vrn_int = std::int64_t;
 
+// clang-format off
 // ---- one depth step, as text ----
 // c0-c7 are the accumulators, a0 and a1 the two forms of A, p0-p5 products: all sixteen registers. `i` is the
 // step within a turn.
@@ -96,6 +97,8 @@ using vrn_int = std::int64_t;
                    [p3] "=&x"(p3), [p4] "=&x"(p4), [p5] "=&x"(p5), [a] "+&r"(a), [b] "+&r"(b), [k] "+&r"(k)        \
                  :                                                                                                 \
                  : "cc", "memory")
+
+// clang-format on
 
 // How a depth loop of d meets A. Both sum the same products in the same order, so the bits are the same.
 enum class scheme { diagonal, broadcast };
@@ -168,10 +171,8 @@ template <bool Store, bool Aligned, class T>
 inline void put(T* c, simd::vec<T> x)
 {
     if constexpr (!Store) x = pack::load<Aligned>(c) + x;
-    if constexpr (Aligned)
-        x.store(c);
-    else
-        x.storeu(c);
+    if constexpr (Aligned) x.store(c);
+    else x.storeu(c);
 }
 
 // ---- tiles ----
@@ -218,10 +219,8 @@ template <int Width, int Tiles, class T>
         }
     }
     unroll<Tiles>([&](auto t) {
-        if constexpr (Width == 1)
-            acc[t][0] = pack::permuted(acc[t][0], pack::a_order<T>);
-        else
-            unroll<Width / 2>([&](auto p) { columns(acc[t][2 * p], acc[t][2 * p + 1]); });
+        if constexpr (Width == 1) acc[t][0] = pack::permuted(acc[t][0], pack::a_order<T>);
+        else unroll<Width / 2>([&](auto p) { columns(acc[t][2 * p], acc[t][2 * p + 1]); });
         unroll<Width>([&](auto j) { sums[t][j] = acc[t][j]; });
     });
 }
@@ -241,7 +240,8 @@ inline void narrow_tiles(vrn_int k, const T* a, vrn_int a_distance, const T* b, 
 
 // All row tiles of one panel of the chain.
 template <int Width, bool Store, bool Aligned, class T>
-[[gnu::flatten]] void narrow_panel(vrn_int m, vrn_int k, const T* a, vrn_int a_distance, const T* b, int valid, T* c, vrn_int ldc)
+[[gnu::flatten]] void narrow_panel(vrn_int m, vrn_int k, const T* a, vrn_int a_distance, const T* b, int valid, T* c,
+                                   vrn_int ldc)
 {
     constexpr int mr = gemm_tile<T>.mr, tiles = Width == 1 ? 4 : 8 / Width;
     for (; m >= tiles * mr; m -= tiles * mr, a += tiles * a_distance, c += tiles * mr)
@@ -298,9 +298,15 @@ void body(vrn_int m, const kernel_operands<T>& o)
                 tile8<S, Store, Aligned>(o.padded, a, b, c + i, o.ldc);
             break;
         }
-        case 4: narrow_panel<4, Store, Aligned>(m, o.padded, o.a, o.a_distance, b, valid, c, o.ldc); break;
-        case 2: narrow_panel<2, Store, Aligned>(m, o.padded, o.a, o.a_distance, b, valid, c, o.ldc); break;
-        default: narrow_panel<1, Store, Aligned>(m, o.padded, o.a, o.a_distance, b, valid, c, o.ldc); break;
+        case 4:
+            narrow_panel<4, Store, Aligned>(m, o.padded, o.a, o.a_distance, b, valid, c, o.ldc);
+            break;
+        case 2:
+            narrow_panel<2, Store, Aligned>(m, o.padded, o.a, o.a_distance, b, valid, c, o.ldc);
+            break;
+        default:
+            narrow_panel<1, Store, Aligned>(m, o.padded, o.a, o.a_distance, b, valid, c, o.ldc);
+            break;
         }
     });
 }
@@ -366,9 +372,15 @@ void row_rest(int rows, T alpha, T beta, const kernel_operands<T>& o)
             }
             break;
         }
-        case 4: narrow.template operator()<4>(); break;
-        case 2: narrow.template operator()<2>(); break;
-        default: narrow.template operator()<1>(); break;
+        case 4:
+            narrow.template operator()<4>();
+            break;
+        case 2:
+            narrow.template operator()<2>();
+            break;
+        default:
+            narrow.template operator()<1>();
+            break;
         }
     });
 }
@@ -376,13 +388,13 @@ void row_rest(int rows, T alpha, T beta, const kernel_operands<T>& o)
 // The kernel behind gemm_desc::kernel. One of eight bodies by variant, beta and the alignment of C; alignment
 // changes the instruction and not the arithmetic.
 template <class T, scheme S>
-void kernel(const char* transb, vrn_int m, vrn_int n, vrn_int k, T alpha, const T* a, vrn_int a_distance,
-            const T* b, vrn_int b_distance, T beta, T* c, vrn_int ldc, T* w, std::int32_t variant)
+void kernel(const char* transb, vrn_int m, vrn_int n, vrn_int k, T alpha, const T* a, vrn_int a_distance, const T* b,
+            vrn_int b_distance, T beta, T* c, vrn_int ldc, T* w, std::int32_t variant)
 {
     constexpr int mr = gemm_tile<T>.mr;
     const bool raw = variant == 3;
     const bool b_normal = (*transb & 78) == 78; // the bits of N in either case
-    kernel_operands<T> o{b_normal, n, k, raw ? round_up(k, gemm_tile<T>.kr) : k, a, a_distance, b, b_distance,
+    kernel_operands<T> o{b_normal, n,   k, raw ? round_up(k, gemm_tile<T>.kr) : k, a, a_distance, b, b_distance,
                          c,        ldc, w};
     const int rest = static_cast<int>(m % mr);
     if (const vrn_int whole = m - rest; whole != 0) {

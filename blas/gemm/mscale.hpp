@@ -58,10 +58,8 @@ void mscale(std::int64_t m, std::int64_t n, T beta, T* c, std::int64_t ldc)
     for (; n >= 4; n -= 4, c += 4 * ldc)
         (zero ? mscale_columns<true, 4, T> : mscale_columns<false, 4, T>)(m, beta, c, ldc);
     for (; n > 0; --n, c += ldc) {
-        if (zero && m > 12)
-            zero_words(m, c);
-        else
-            (zero ? mscale_columns<true, 1, T> : mscale_columns<false, 1, T>)(m, beta, c, ldc);
+        if (zero && m > 12) zero_words(m, c);
+        else (zero ? mscale_columns<true, 1, T> : mscale_columns<false, 1, T>)(m, beta, c, ldc);
     }
 }
 

@@ -77,9 +77,8 @@ template <int W, order O, bool Aligned, class T, class Scale>
 {
     constexpr int lanes = vec<T>::lanes;
     for (vrn_int kk = 0; kk < depths; ++kk, from += ld, to += W)
-        simd::unroll<W / lanes>([&](auto g) {
-            permuted(f(load<Aligned>(from + g * lanes)), O).store(to + g * lanes);
-        });
+        simd::unroll<W / lanes>(
+            [&](auto g) { permuted(f(load<Aligned>(from + g * lanes)), O).store(to + g * lanes); });
 }
 
 // A panel of which only `valid` of the W columns exist.
@@ -156,10 +155,8 @@ void a_normal(vrn_int mb, vrn_int depths, const T* a, vrn_int lda, T* to, vrn_in
         const T* from = a + kk * lda;
         T* panel = to + kk * mr;
         for (vrn_int i = 0; i + mr <= mb; i += mr, from += mr, panel += distance) {
-            if (now == 4)
-                contiguous_depths<mr, o, Aligned>(from, lda, 4, panel, f);
-            else
-                contiguous_depths<mr, o, Aligned>(from, lda, now, panel, f);
+            if (now == 4) contiguous_depths<mr, o, Aligned>(from, lda, 4, panel, f);
+            else contiguous_depths<mr, o, Aligned>(from, lda, now, panel, f);
         }
         if (rest != 0) contiguous_narrow<o>(from, lda, now, rest, mr, panel, f);
     }
@@ -171,8 +168,7 @@ void a_transposed(vrn_int mb, vrn_int depths, const T* a, vrn_int lda, T* to, vr
     constexpr int mr = gemm_tile<T>.mr;
     constexpr order o = a_order<T>;
     const scale<T, true> f{alpha};
-    for (; mb >= mr; mb -= mr, a += mr * lda, to += distance)
-        strided_depths<mr, o, Aligned>(a, lda, depths, to, f);
+    for (; mb >= mr; mb -= mr, a += mr * lda, to += distance) strided_depths<mr, o, Aligned>(a, lda, depths, to, f);
     if (mb != 0) strided_narrow<o>(a, lda, depths, static_cast<int>(mb), mr, to, f);
 }
 
@@ -183,10 +179,8 @@ void a(bool normal, vrn_int mb, vrn_int depth, const T* from, vrn_int lda, T* to
     if (mb < 1 || depth < 1) return;
     constexpr int mr = gemm_tile<T>.mr;
     const bool fits = can_align(from, lda);
-    if (normal)
-        (fits ? a_normal<true, T> : a_normal<false, T>)(mb, depth, from, lda, to, distance, alpha);
-    else
-        (fits ? a_transposed<true, T> : a_transposed<false, T>)(mb, depth, from, lda, to, distance, alpha);
+    if (normal) (fits ? a_normal<true, T> : a_normal<false, T>)(mb, depth, from, lda, to, distance, alpha);
+    else (fits ? a_transposed<true, T> : a_transposed<false, T>)(mb, depth, from, lda, to, distance, alpha);
     const vrn_int padded = round_up(depth, gemm_tile<T>.kr);
     if (padded != depth)
         for (vrn_int i = 0; i < mb; i += mr, to += distance) zero_depths(to + depth * mr, (padded - depth) * mr);
@@ -205,8 +199,8 @@ void b_panel(bool normal, vrn_int depth, int valid, int width, const T* from, vr
         (normal ? strided_depths<4, o, Aligned, T, scale<T, false>>
                 : contiguous_depths<4, o, Aligned, T, scale<T, false>>)(from, ldb, depth, to, f);
     else
-        (normal ? strided_narrow<o, T, scale<T, false>> : contiguous_narrow<o, T, scale<T, false>>)(
-            from, ldb, depth, valid, width, to, f);
+        (normal ? strided_narrow<o, T, scale<T, false>>
+                : contiguous_narrow<o, T, scale<T, false>>)(from, ldb, depth, valid, width, to, f);
     const vrn_int padded = round_up(depth, gemm_tile<T>.kr);
     zero_depths(to + depth * width, (padded - depth) * width);
 }

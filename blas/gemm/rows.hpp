@@ -17,28 +17,20 @@ struct rows {
     {
         constexpr int left = Rows - R * lanes;
         p += R * lanes;
-        if constexpr (left >= lanes)
-            return V::loadu(p);
-        else if constexpr (left == 1)
-            return V::load1(p);
-        else if constexpr (left == 2)
-            return V::load2(p);
-        else
-            return V::load3(p);
+        if constexpr (left >= lanes) return V::loadu(p);
+        else if constexpr (left == 1) return V::load1(p);
+        else if constexpr (left == 2) return V::load2(p);
+        else return V::load3(p);
     }
     template <int R>
     static void store(T* p, V x)
     {
         constexpr int left = Rows - R * lanes;
         p += R * lanes;
-        if constexpr (left >= lanes)
-            x.storeu(p);
-        else if constexpr (left == 1)
-            x.store1(p);
-        else if constexpr (left == 2)
-            x.store2(p);
-        else
-            x.store3(p);
+        if constexpr (left >= lanes) x.storeu(p);
+        else if constexpr (left == 1) x.store1(p);
+        else if constexpr (left == 2) x.store2(p);
+        else x.store3(p);
     }
 };
 

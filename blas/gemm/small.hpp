@@ -36,10 +36,8 @@ template <int K, int Rows, int Columns, class T>
         unroll<Columns>([&](auto j) {
             const V y = V::all(b[j * bcol]);
             unroll<R::count>([&](auto r) {
-                if constexpr (kk == 0)
-                    acc[j][r] = x[r] * y;
-                else
-                    acc[j][r] = acc[j][r] + x[r] * y;
+                if constexpr (kk == 0) acc[j][r] = x[r] * y;
+                else acc[j][r] = acc[j][r] + x[r] * y;
             });
         });
         a += lda;
@@ -57,8 +55,8 @@ template <int K, int Rows, int Columns, class T>
 }
 
 template <int K, int Columns, class T>
-[[gnu::flatten]] void lanes_columns(vrn_int m, const T* a, vrn_int lda, const T* b, vrn_int brow, vrn_int bcol, T alpha, T* c,
-                   vrn_int ldc)
+[[gnu::flatten]] void lanes_columns(vrn_int m, const T* a, vrn_int lda, const T* b, vrn_int brow, vrn_int bcol,
+                                    T alpha, T* c, vrn_int ldc)
 {
     constexpr int l = vec<T>::lanes;
     vrn_int i = 0;
@@ -80,8 +78,7 @@ template <int K, class T>
 void lanes(vrn_int m, vrn_int n, const T* a, vrn_int lda, const T* b, vrn_int brow, vrn_int bcol, T alpha, T* c,
            vrn_int ldc)
 {
-    for (; n >= 4; n -= 4, b += 4 * bcol, c += 4 * ldc)
-        lanes_columns<K, 4>(m, a, lda, b, brow, bcol, alpha, c, ldc);
+    for (; n >= 4; n -= 4, b += 4 * bcol, c += 4 * ldc) lanes_columns<K, 4>(m, a, lda, b, brow, bcol, alpha, c, ldc);
     if (n >= 2) {
         lanes_columns<K, 2>(m, a, lda, b, brow, bcol, alpha, c, ldc);
         n -= 2, b += 2 * bcol, c += 2 * ldc;

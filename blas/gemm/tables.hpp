@@ -25,13 +25,13 @@ inline constexpr tile gemm_tile<std::complex<double>>{1, 4, 4};
 
 // What differs from type to type beside the tile.
 struct blocking {
-    int m_min, n_min, k_min;  // below any of these packing costs more than it saves
-    int w_factor;             // room of the work panel, in panels of B
-    int mode_mask;            // bits of the partition modes; the complex types lack 4 and 16
-    int m_large, m_small;     // rows of an A block; at the full depth of 256, 1.25 MiB and 0.75 MiB, which stay
-                              // in a second-level cache of 2 MiB and 1 MiB beside the streams of B and C
-                              // (a complex block is deeper in bytes, so it has fewer rows)
-    int n_cap;                // columns of a B block, 10 MB at the full depth for d: it lives in the last level
+    int m_min, n_min, k_min; // below any of these packing costs more than it saves
+    int w_factor;            // room of the work panel, in panels of B
+    int mode_mask;           // bits of the partition modes; the complex types lack 4 and 16
+    int m_large, m_small;    // rows of an A block; at the full depth of 256, 1.25 MiB and 0.75 MiB, which stay
+                             // in a second-level cache of 2 MiB and 1 MiB beside the streams of B and C
+                             // (a complex block is deeper in bytes, so it has fewer rows)
+    int n_cap;               // columns of a B block, 10 MB at the full depth for d: it lives in the last level
 };
 template <class T>
 inline constexpr blocking gemm_blocking{};
@@ -59,6 +59,9 @@ inline constexpr std::int32_t work_align_exp = 7;
 // a 4 while at least 3 are left (three columns fill a 4 with a zero column), then a 2, then a 1.
 constexpr int chain_width(std::int64_t left) { return left >= 3 ? 4 : static_cast<int>(left); }
 
-constexpr std::int64_t round_up(std::int64_t x, std::int64_t multiple) { return (x + multiple - 1) / multiple * multiple; }
+constexpr std::int64_t round_up(std::int64_t x, std::int64_t multiple)
+{
+    return (x + multiple - 1) / multiple * multiple;
+}
 
 } // namespace vrn::blas

@@ -36,8 +36,8 @@ inline void put(T* c, T sum, T beta)
 
 // One pass over `depth`, with A as stored: rows are lanes. Rows x Columns of C at a time.
 template <update U, int Rows, int Columns, class T>
-inline void rows_tile(vrn_int depth, T alpha, const T* a, vrn_int lda, const T* b, vrn_int brow, vrn_int bcol,
-                      T beta, T* c, vrn_int ldc)
+inline void rows_tile(vrn_int depth, T alpha, const T* a, vrn_int lda, const T* b, vrn_int brow, vrn_int bcol, T beta,
+                      T* c, vrn_int ldc)
 {
     using R = rows<T, Rows>;
     using V = vec<T>;
@@ -115,13 +115,20 @@ template <update U, int Columns, class T>
         while (i + 8 <= o.m) tile.template operator()<8>();
         // The blocks of 2 and the odd row that are left, side by side, so that their sums overlap.
         switch (o.m - i) {
-        case 7: return tile.template operator()<7>();
-        case 6: return tile.template operator()<6>();
-        case 5: return tile.template operator()<5>();
-        case 4: return tile.template operator()<4>();
-        case 3: return tile.template operator()<3>();
-        case 2: return tile.template operator()<2>();
-        case 1: return tile.template operator()<1>();
+        case 7:
+            return tile.template operator()<7>();
+        case 6:
+            return tile.template operator()<6>();
+        case 5:
+            return tile.template operator()<5>();
+        case 4:
+            return tile.template operator()<4>();
+        case 3:
+            return tile.template operator()<3>();
+        case 2:
+            return tile.template operator()<2>();
+        case 1:
+            return tile.template operator()<1>();
         }
     } else {
         for (vrn_int i = 0; i < o.m; ++i)
@@ -141,8 +148,9 @@ template <class T>
 void gemm(const product<T>& o)
 {
     const vrn_int k4 = o.k & ~vrn_int{3};
-    const auto first = o.beta == T{} ? pass<update::store, T> : o.beta == T{1} ? pass<update::add, T>
-                                                                               : pass<update::scale, T>;
+    const auto first = o.beta == T{}    ? pass<update::store, T>
+                       : o.beta == T{1} ? pass<update::add, T>
+                                        : pass<update::scale, T>;
     // With no multiple of 4 the pass over the rest is the first.
     if (k4 == 0) return first(o, 0, o.k);
     first(o, 0, k4);

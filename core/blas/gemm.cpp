@@ -29,9 +29,9 @@ template <class T>
 using gemm_function = void(const char*, const char*, const vrn_int*, const vrn_int*, const vrn_int*, const T*,
                            const T*, const vrn_int*, const T*, const vrn_int*, const T*, T*, const vrn_int*);
 template <class T>
-using gemm_par_function = vrn_int(const char*, const char*, const vrn_int*, const vrn_int*, const vrn_int*,
-                                  const T*, const T*, const vrn_int*, const T*, const vrn_int*, const T*, T*,
-                                  const vrn_int*, std::int32_t, gemm_desc*);
+using gemm_par_function = vrn_int(const char*, const char*, const vrn_int*, const vrn_int*, const vrn_int*, const T*,
+                                  const T*, const vrn_int*, const T*, const vrn_int*, const T*, T*, const vrn_int*,
+                                  std::int32_t, gemm_desc*);
 template <class T>
 using mscale_function = void(const vrn_int*, const vrn_int*, const T*, T*, const vrn_int*);
 using desc_function = void(gemm_desc*);
@@ -227,18 +227,18 @@ bool threaded(const product<T>& p, gemm_desc& desc, int threads)
                                                                  &shared.a_panel_elements, &q.alpha);
                     });
                     threads::barrier();
-                    if (thread == 0) next_a.store(0, std::memory_order_relaxed), next_b.store(0, std::memory_order_relaxed);
+                    if (thread == 0)
+                        next_a.store(0, std::memory_order_relaxed), next_b.store(0, std::memory_order_relaxed);
                     const vrn_int row_tiles = pieces(mb, tile_rows);
                     const T one{1}, beta = k0 == 0 ? q.beta : one;
                     share(next_tile, row_tiles * pieces(nb, tile_columns), [&](vrn_int tile) {
                         const vrn_int i = tile % row_tiles * tile_rows, j = tile / row_tiles * tile_columns;
                         const vrn_int rows = std::min(mb - i, tile_rows), columns = std::min(nb - j, tile_columns);
-                        backend(names<T>::gemm_par)(q.transa, q.transb, &rows, &columns, &padded, &one,
-                                                    a_panels + i / mr * shared.a_panel_elements,
-                                                    &shared.a_panel_elements,
-                                                    b_panels + j / nr * shared.b_panel_elements,
-                                                    &shared.b_panel_elements, &beta, q.c + m0 + i + (n0 + j) * q.ldc,
-                                                    &q.ldc, mode_both_packed, &own);
+                        backend(names<T>::gemm_par)(
+                            q.transa, q.transb, &rows, &columns, &padded, &one,
+                            a_panels + i / mr * shared.a_panel_elements, &shared.a_panel_elements,
+                            b_panels + j / nr * shared.b_panel_elements, &shared.b_panel_elements, &beta,
+                            q.c + m0 + i + (n0 + j) * q.ldc, &q.ldc, mode_both_packed, &own);
                     });
                     threads::barrier();
                     if (thread == 0) next_tile.store(0, std::memory_order_relaxed);
