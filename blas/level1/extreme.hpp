@@ -77,16 +77,20 @@ template <int Vectors, class R, class E>
 [[gnu::always_inline]] inline vrn_int offset_of(vec<R> winner, const E* x)
 {
     using V = vec<R>;
-    const auto holds = [&](int v) __attribute__((always_inline)) {
+    const auto holds = [&](vrn_int v) __attribute__((always_inline)) {
         return equal(magnitudes_at(x + v * V::lanes), winner);
     };
     if constexpr (Vectors == 1) return __builtin_ctz(static_cast<unsigned>(holds(0).signs()));
-    std::uint64_t found = 0;
-    unroll<Vectors / 4>([&](auto g) __attribute__((always_inline)) {
-        constexpr int v = 4 * g;
-        found |= std::uint64_t{V::marks(holds(v), holds(v + 1), holds(v + 2), holds(v + 3))} << (16 * g);
-    });
-    return __builtin_ctzll(found) / V::marks_per_lane;
+    constexpr int stretch = 8; // as many as one look takes
+    for (vrn_int v = 0;; v += stretch) {
+        std::uint64_t found = 0;
+        unroll<stretch / 4>([&](auto g) __attribute__((always_inline)) {
+            constexpr int w = 4 * g;
+            found |= std::uint64_t{V::marks(holds(v + w), holds(v + w + 1), holds(v + w + 2), holds(v + w + 3))}
+                     << (16 * g);
+        });
+        if (Vectors == stretch || found != 0) return v * V::lanes + __builtin_ctzll(found) / V::marks_per_lane;
+    }
 }
 
 // Elements first .. end-1, whole vectors. `best` is what came ahead of them.
@@ -96,8 +100,9 @@ template <extreme X, class E>
     using R = real_of<E>;
     using V = vec<R>;
     using order = order_of<X, R>;
-    // Vectors in a block: long ones where one select pays for many vectors, short ones behind them.
-    constexpr int lanes = V::lanes, long_block = 16 / simd::element<E>::parts, short_block = 4;
+    // Vectors in a block. Long ones share one select among many vectors, and cost a longer search at the end: they
+    // are for long vectors, and the last of those go by short ones.
+    constexpr int lanes = V::lanes, long_block = 32, long_rest = 256, short_block = 8;
     V value = V::all(static_cast<R>(best.value)), nan = unordered(value, value);
     auto where = simd::lane_ints<R>::all(-1); // the start of the lane's block; -1 for what came ahead
 
@@ -120,7 +125,7 @@ template <extreme X, class E>
         meet(order::better(order::better(a0, a1), order::better(a2, a3)), i);
     };
     vrn_int i = first;
-    for (; i + long_block * lanes <= end; i += long_block * lanes)
+    for (; i + long_rest * lanes <= end; i += long_block * lanes)
         meet_block(std::integral_constant<int, long_block>{}, i);
     const vrn_int long_end = i;
     for (; i + short_block * lanes <= end; i += short_block * lanes)

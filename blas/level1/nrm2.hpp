@@ -78,11 +78,15 @@ struct squares_walk {
     using V = vec<double>;
     vrn_int i = 0;
     double single = 0;
-    for (const vrn_int peel = peel_count(x, n); i < peel; ++i) single += wide_square(x[i]);
+    if (place(x) != 0) [[unlikely]]
+        for (const vrn_int peel = peel_count(x, n); i < peel; ++i) single += wide_square(x[i]);
     V a[8] = {};
+    const bool few = n - i < 16; // then only four of the sums are in use
     i = blocks(steps<32, 16, 8, 4, 2>{}, squares_walk{x, a}, i, n);
     if (i < n) single += wide_square(x[i]);
-    return single + (((a[0] + a[1]) + (a[2] + a[3])) + ((a[4] + a[5]) + (a[6] + a[7]))).sum();
+    V total = (a[0] + a[1]) + (a[2] + a[3]);
+    if (!few) total = total + ((a[4] + a[5]) + (a[6] + a[7]));
+    return single + total.sum();
 }
 
 template <int Parts>

@@ -181,9 +181,11 @@ void sweep_two(Body body)
 }
 
 template <class E, class Body>
-void sweep_one(Body body)
+void sweep_one(Body body, const std::vector<std::int64_t>& more_lengths = {})
 {
-    for (const auto n : lengths())
+    auto all = lengths();
+    all.insert(all.end(), more_lengths.begin(), more_lengths.end());
+    for (const auto n : all)
         for (const std::int64_t inc : {1, -1, 2, -3, 0})
             for (const int offset : offsets<E>())
                 for (const data kind : {data::ordinary, data::special}) {
