@@ -38,8 +38,14 @@ struct vec<double> {
         _mm_storel_pd(p, v);
         _mm_storeh_pd(p + stride, v);
     }
-    // Two singles, widened.
-    static vec widen(const float* p) { return {_mm_cvtps_pd(vec2f(p))}; }
+    // Two singles, widened. Spelt out: from memory it is one conversion, where g++ loads first and then pays for a
+    // shuffle too (a third of the time of dsdot, a quarter of snrm2).
+    static vec widen(const float* p)
+    {
+        __m128d wide;
+        asm("cvtps2pd %1, %0" : "=x"(wide) : "m"(*reinterpret_cast<const float(*)[2]>(p)));
+        return {wide};
+    }
     static vec widen(const float* p, std::int64_t stride)
     {
         return {_mm_cvtps_pd(_mm_unpacklo_ps(_mm_load_ss(p), _mm_load_ss(p + stride)))};
@@ -79,12 +85,6 @@ struct vec<double> {
     friend vec add_sub(vec a, vec b) { return {_mm_addsub_pd(a.v, b.v)}; } // (a0 - b0, a1 + b1)
     // (a0 + a1, b0 + b1)
     friend vec add_pairs(vec a, vec b) { return {_mm_hadd_pd(a.v, b.v)}; }
-
-  private:
-    static __m128 vec2f(const float* p)
-    {
-        return _mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)));
-    }
 };
 
 template <>

@@ -1,8 +1,8 @@
 // blas/level1/nrm2.hpp - Euclidean norms. Instantiated by nrm2.cpp.
 //
 // Double precision keeps a running scale, the largest magnitude so far, so that no square overflows or vanishes
-// (Dongarra, Du Croz, Hammarling and Hanson, 1988). Single precision needs none: squares are taken in double, where those
-// of a single can neither overflow nor vanish.
+// (Dongarra, Du Croz, Hammarling and Hanson, 1988). Single precision needs none: squares are taken in double, where
+// those of a single can neither overflow nor vanish.
 #pragma once
 
 #include "blas/level1/sums.hpp"
