@@ -78,11 +78,12 @@ constexpr std::int32_t mode_one_thread = 2;
 // With the rows of A contiguous the unpacked path is faster than packing where A and B lie in the first-level
 // cache as they are: measured from n = 11 (1.7 times) to 64 (1.0 to 1.15 times), d and s.
 constexpr vrn_int unpacked_limit = 64;
-// It is so too where C is thin, since a packed element of the large operand is hardly used. Few columns: the depth
-// goes in slices of 32, so that the slice of A stays in the second-level cache and the first-level page table while
-// pairs of columns pass over it; 2000 x 4 x 2000 doubles run at 15 GFLOP/s so, and packed at 7.5. Few rows: A is
-// small as it is; 4 x 2000 x 2000 at 15 and packed at 7.
-constexpr vrn_int thin_limit = 16, thin_depth = 32;
+// It is so too where C is thin, since a packed element of the large operand is hardly used. Where that operand is
+// read across its columns the depth goes in slices, so that a slice stays in the second-level cache and the
+// first-level page table while pairs of columns of C pass over it: 2000 x 4 x 2000 doubles run at 15 GFLOP/s in
+// slices of 32, and packed at 7.5; 4 x 2000 x 2000 with B transposed at 15 in slices of 64, and packed at 6.5. With
+// B as stored its columns are read along, and the depth stays whole.
+constexpr vrn_int thin_limit = 16, slice_of_a = 32, slice_of_b = 64;
 
 // Below this many multiply-adds a second thread costs more than it brings: a fork and four barriers are some
 // ten microseconds, about a quarter of a 100 x 100 x 100 product.
@@ -155,7 +156,7 @@ void thin(const product<T>& p, int threads)
             part.a = few_columns ? p.a_at(from, 0) : p.a;
             part.b = few_columns ? p.b : p.b_at(0, from);
             part.c = few_columns ? p.c + from : p.c + from * p.ldc;
-            unpacked_slices(part, few_columns ? thin_depth : p.k);
+            unpacked_slices(part, few_columns ? slice_of_a : p.b_normal() ? p.k : slice_of_b);
         }
     });
 }
