@@ -25,7 +25,8 @@ def curves(table):
         # A size is the last part: n, or m x n x k, drawn where all three are equal.
         curve, _, size = name.rpartition("/")
         sides = set(re.findall(r"\d+", size))
-        if values.get("ratio") and len(sides) == 1:
+        # Rows of threads are speed-ups over one thread, not ratios to a peer.
+        if values.get("ratio") and len(sides) == 1 and "threads" not in curve:
             found.setdefault(curve, []).append((int(sides.pop()), float(values["ratio"])))
     return {curve: sorted(points) for curve, points in found.items() if len(points) > 2}
 

@@ -72,6 +72,26 @@ void add_row(const char* name, shape s, const std::string& op, T beta, ours_gemm
         ->Unit(benchmark::kMicrosecond);
 }
 
+// Two threads against one: `ours` is two, `peer` one, and the ratio is the speed-up.
+void threads_row(benchmark::State& state, std::int64_t n)
+{
+    const auto elements = static_cast<std::size_t>(n * n);
+    std::vector<double> a(elements, 0.5), b(elements, 0.25), c(elements);
+    const double one = 1, zero = 0;
+    const auto on = [&](int threads) {
+        return [&, threads](long calls) {
+            vrn_set_num_threads(threads);
+            while (calls-- > 0)
+                vrn_blas_dgemm("N", "N", &n, &n, &n, &one, a.data(), &n, b.data(), &n, &zero, c.data(), &n);
+            vrn_set_num_threads(1);
+        };
+    };
+    contest race;
+    race.work = 2.0 * static_cast<double>(n) * static_cast<double>(n) * static_cast<double>(n);
+    race.all = {{"2 threads", true, on(2)}, {"1 thread", true, on(1)}};
+    hold(state, race);
+}
+
 template <class T>
 void add_type(const char* name, ours_gemm<T>* ours, const char* symbol)
 {
@@ -93,5 +113,10 @@ int main(int argc, char** argv)
     vrn_set_num_threads(1);
     add_type<double>("dgemm", vrn_blas_dgemm, "dgemm_");
     add_type<float>("sgemm", vrn_blas_sgemm, "sgemm_");
+    for (std::int64_t n : {100, 200, 500, 1000, 2000})
+        benchmark::RegisterBenchmark(("dgemm/2threads/" + std::to_string(n)).c_str(), threads_row, n)
+            ->Iterations(1)
+            ->UseManualTime()
+            ->Unit(benchmark::kMicrosecond);
     return vrn::bench::main_with_head(argc, argv);
 }

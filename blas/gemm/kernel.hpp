@@ -13,7 +13,7 @@
 // natural order, whatever tile form computes it, so the result depends on the depth block alone. The bodies never
 // multiply by alpha or beta: alpha is in A, beta is 0 (store) or 1 (add).
 //
-// The depth loops are assembly: g++ reorders the intrinsics and spills accumulators, which costs a third.
+// The depth loops are assembly: g++ reorders the intrinsics and spills accumulators.
 // Goto and van de Geijn (2008), Anatomy of high-performance matrix multiplication.
 #pragma once
 
@@ -41,30 +41,26 @@ using vrn_int = std::int64_t;
     "mul" t " %[a1], %[" #q "]\n\t"                                                                                \
     "add" t " %[" #p "], %[" #c "]\n\t"                                                                            \
     "add" t " %[" #q "], %[" #d "]\n\t"
-#define VRN_STEP_D(i)                                                                                              \
-    "movapd 16*" #i "(%[a]), %[a0]\n\t"                                                                            \
-    "pshufd $78, 16*" #i "(%[a]), %[a1]\n\t"                                                                       \
-    VRN_PAIR("movapd", "64*" #i, "pd", p0, p1, c0, c4)                                                                 \
-    VRN_PAIR("movapd", "64*" #i "+16", "pd", p2, p3, c1, c5)                                                           \
-    VRN_PAIR("movapd", "64*" #i "+32", "pd", p4, p5, c2, c6)                                                           \
-    VRN_PAIR("movapd", "64*" #i "+48", "pd", p0, p1, c3, c7)
+// The four pairs of a step: a step of B is `step` bytes, a pair of it `pair`.
+#define VRN_PAIRS(load_b, t, step, pair, i)                                                                            \
+    VRN_PAIR(load_b, #step "*" #i, t, p0, p1, c0, c4)                                                                  \
+    VRN_PAIR(load_b, #step "*" #i "+" #pair, t, p2, p3, c1, c5)                                                        \
+    VRN_PAIR(load_b, #step "*" #i "+2*" #pair, t, p4, p5, c2, c6)                                                      \
+    VRN_PAIR(load_b, #step "*" #i "+3*" #pair, t, p0, p1, c3, c7)
 
+#define VRN_STEP_D(i)                                                                                                  \
+    "movapd 16*" #i "(%[a]), %[a0]\n\t"                                                                                \
+    "pshufd $78, 16*" #i "(%[a]), %[a1]\n\t"                                                                           \
+    VRN_PAIRS("movapd", "pd", 64, 16, i)
 // Broadcasts by load in the place of the diagonals: one load more and no shuffle.
-#define VRN_STEP_D_BROADCAST(i)                                                                                    \
-    "movddup 16*" #i "(%[a]), %[a0]\n\t"                                                                           \
-    "movddup 16*" #i "+8(%[a]), %[a1]\n\t"                                                                         \
-    VRN_PAIR("movapd", "64*" #i, "pd", p0, p1, c0, c4)                                                             \
-    VRN_PAIR("movapd", "64*" #i "+16", "pd", p2, p3, c1, c5)                                                       \
-    VRN_PAIR("movapd", "64*" #i "+32", "pd", p4, p5, c2, c6)                                                       \
-    VRN_PAIR("movapd", "64*" #i "+48", "pd", p0, p1, c3, c7)
-
-#define VRN_STEP_S(i)                                                                                              \
-    "movsldup 16*" #i "(%[a]), %[a0]\n\t"                                                                          \
-    "movshdup 16*" #i "(%[a]), %[a1]\n\t"                                                                          \
-    VRN_PAIR("movddup", "32*" #i, "ps", p0, p1, c0, c4)                                                                \
-    VRN_PAIR("movddup", "32*" #i "+8", "ps", p2, p3, c1, c5)                                                           \
-    VRN_PAIR("movddup", "32*" #i "+16", "ps", p4, p5, c2, c6)                                                          \
-    VRN_PAIR("movddup", "32*" #i "+24", "ps", p0, p1, c3, c7)
+#define VRN_STEP_D_BROADCAST(i)                                                                                        \
+    "movddup 16*" #i "(%[a]), %[a0]\n\t"                                                                               \
+    "movddup 16*" #i "+8(%[a]), %[a1]\n\t"                                                                             \
+    VRN_PAIRS("movapd", "pd", 64, 16, i)
+#define VRN_STEP_S(i)                                                                                                  \
+    "movsldup 16*" #i "(%[a]), %[a0]\n\t"                                                                              \
+    "movshdup 16*" #i "(%[a]), %[a1]\n\t"                                                                              \
+    VRN_PAIRS("movddup", "ps", 32, 8, i)
 
 // 8 steps a turn, then one block of 4 where the padded depth leaves one; a padded depth leaves nothing finer. A
 // turn uses two lines of A, which stream from the second-level cache: asking for them 2 KiB ahead is worth a
@@ -120,6 +116,7 @@ inline void depth8(const float* a, const float* b, vrn_int k, simd::vec<float> (
 }
 
 #undef VRN_PAIR
+#undef VRN_PAIRS
 #undef VRN_STEP_D
 #undef VRN_STEP_D_BROADCAST
 #undef VRN_STEP_S

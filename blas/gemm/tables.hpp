@@ -28,9 +28,9 @@ struct blocking {
     int m_min, n_min, k_min; // below any of these packing costs more than it saves
     int w_factor;            // room of the work panel, in panels of B
     int mode_mask;           // bits of the partition modes; the complex types lack 4 and 16
-    int m_large, m_small;    // rows of an A block; at the full depth of 256, 1.25 MiB and 0.75 MiB, which stay
-                             // in a second-level cache of 2 MiB and 1 MiB beside the streams of B and C
-                             // (a complex block is deeper in bytes, so it has fewer rows)
+    int m_large, m_small;    // rows of an A block; at the full depth of 256, 1.25 MiB and 0.75 MiB of reals, 1 MiB
+                             // and 0.625 MiB of complex numbers, which stay in a second-level cache of 2 MiB and
+                             // 1 MiB beside the streams of B and C
     int n_cap;               // columns of a B block, 10 MB at the full depth for d: it lives in the last level
 };
 template <class T>
