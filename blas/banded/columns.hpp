@@ -1,15 +1,18 @@
 // blas/banded/columns.hpp - the row loops of every sweep over band and packed columns.
 //
-//     axpy   y[i] += t0 a0[i] + t1 a1[i] + ...          dot   d_c = sum over i of a_c[i] x[i], or of conj(a_c[i])
-//     x[i] both   the two in one pass, for matrices of which one triangle is stored
+//     axpy   y[i] += t0 a0[i] + t1 a1[i] + ...
+//     dot    d_c = sum over i of a_c[i] x[i], or of conj(a_c[i]) x[i]
+//     both   the two in one pass, for matrices of which one triangle is stored
 //
 // N neighbouring columns run together over the rows that all of them reach, so that y and x are loaded once for N
 // columns. Rows go by vectors; what is left of a row block goes by the low lanes of one. A view tells how the
 // caller's vector lies: behind a stride each element fills a low lane. No address is looked at, except where a body
-// is asked to peel. Callers: general.hpp, symmetric.hpp, triangular.hpp.
+// is asked to peel. Callers: general.hpp, symmetric.hpp, triangular.hpp, packed/rank.hpp.
 #pragma once
 
 #include "blas/level1/dot.hpp"
+
+#include <type_traits>
 
 namespace vrn::blas::banded {
 
