@@ -43,6 +43,12 @@ cplx<R> quotient(cplx<R> a, cplx<R> b)
     return {(a.re * r + a.im) / size, (a.im * r - a.re) / size};
 }
 
+// One vector of elements. Stored part by part, the next group's loads would wait for the parts to reach the cache.
+inline vec<float> joined_vector(const float* e) { return {_mm_setr_ps(e[0], e[1], e[2], e[3])}; }
+inline vec<double> joined_vector(const double* e) { return vec<double>::pair(e[0], e[1]); }
+inline vec<float> joined_vector(const cplx<float>* e) { return {_mm_setr_ps(e[0].re, e[0].im, e[1].re, e[1].im)}; }
+inline vec<double> joined_vector(const cplx<double>* e) { return vec<double>::pair(e->re, e->im); }
+
 // The group's own x stay in registers from the first column to the last: in a solution each waits for the one before.
 template <triangle_op Op, int N, class T, class X>
 [[gnu::always_inline]] inline void triangle_columns(const T& a, X x, vrn_int j0)
@@ -81,7 +87,16 @@ template <triangle_op Op, int N, class T, class X>
         });
         unroll<N>([&](auto c) __attribute__((always_inline)) { own[c] = Op.transposed ? sum[c] + d[c] : sum[c]; });
     }
-    unroll<N>([&](auto c) __attribute__((always_inline)) { x[g.column(c)] = own[c]; });
+    if constexpr (X::contiguous && N % per_vec<E> == 0) {
+        E ordered[N];
+        unroll<N>([&](auto c) __attribute__((always_inline)) { ordered[g.place(c)] = own[c]; });
+        unroll<N / per_vec<E>>([&](auto v) __attribute__((always_inline)) {
+            constexpr int first = v * per_vec<E>;
+            store<per_vec<E>>(joined_vector(ordered + first), x.at(j0 + first));
+        });
+    } else {
+        unroll<N>([&](auto c) __attribute__((always_inline)) { x[g.column(c)] = own[c]; });
+    }
 
     if constexpr (Op.solve && !Op.transposed) {
         unroll<N>([&](auto c) __attribute__((always_inline)) { own[c] = negative(own[c]); });
