@@ -2,6 +2,7 @@
 // of 32-bit positions.
 #pragma once
 
+#include "core/blas/checks.hpp"
 #include "core/blas/gemm.hpp"
 #include "core/loader/loader.hpp"
 #include "frame/services.hpp"
@@ -17,36 +18,6 @@ inline void report(const char* routine, std::int64_t argument)
 {
     vrn_serv_xerbla(routine, &argument, static_cast<std::int64_t>(std::strlen(routine)));
 }
-
-constexpr char upper(char letter) { return static_cast<char>(letter & ~0x20); }
-constexpr bool is_normal(const char* trans) { return upper(*trans) == 'N'; }
-constexpr bool is_left(const char* side) { return upper(*side) == 'L'; }
-
-// Whether an option is one of some letters, in either case. Only its first byte counts, as published.
-template <std::size_t N>
-constexpr bool is_one_of(const char* option, const char (&letters)[N])
-{
-    bool found = false;
-    for (std::size_t i = 0; i + 1 < N; ++i) found |= upper(*option) == letters[i];
-    return found;
-}
-
-constexpr std::int64_t at_least_one(std::int64_t rows) { return rows < 1 ? 1 : rows; }
-
-template <class T>
-constexpr bool is_zero(T a)
-{
-    return a == T{};
-}
-template <class T>
-constexpr bool is_one(T a)
-{
-    return a == T{1};
-}
-inline bool is_zero(vrn_complex8 a) { return a.real == 0 && a.imag == 0; }
-inline bool is_zero(vrn_complex16 a) { return a.real == 0 && a.imag == 0; }
-inline bool is_one(vrn_complex8 a) { return a.real == 1 && a.imag == 0; }
-inline bool is_one(vrn_complex16 a) { return a.real == 1 && a.imag == 0; }
 
 // Sums of two pieces of a sparse dot product.
 template <class T>
@@ -80,12 +51,6 @@ void with_wide_positions(std::int64_t nz, const std::int32_t* indx, Visit&& visi
 
 } // namespace vrn::blas
 
-using vrn::blas::at_least_one;
-using vrn::blas::is_left;
-using vrn::blas::is_normal;
-using vrn::blas::is_one;
-using vrn::blas::is_one_of;
-using vrn::blas::is_zero;
 using vrn::blas::report;
 using vrn::blas::sum_of;
 using vrn::blas::with_wide_positions;
