@@ -53,8 +53,8 @@ void gemm_row(benchmark::State& state, shape s, std::string op, T beta, ours_gem
     const T alpha = 1;
 
     contest race;
-    race.work = (is_complex<T> ? 8.0 : 2.0) * static_cast<double>(s.m) * static_cast<double>(s.n) *
-                static_cast<double>(s.k);
+    race.work =
+        (is_complex<T> ? 8.0 : 2.0) * static_cast<double>(s.m) * static_cast<double>(s.n) * static_cast<double>(s.k);
     race.all.push_back({"vrn", true, [&](long calls) {
                             while (calls-- > 0)
                                 ours(&ta, &tb, &s.m, &s.n, &s.k, &alpha, a.data(), &lda, b.data(), &ldb, &beta,
@@ -75,16 +75,17 @@ void gemm_row(benchmark::State& state, shape s, std::string op, T beta, ours_gem
 template <class T>
 void add_row(const char* name, shape s, const std::string& op, T beta, ours_gemm<T>* ours, const char* symbol)
 {
-    const std::string row = std::string(name) + '/' + op + "/beta" + std::to_string(static_cast<int>(std::real(beta))) + '/' +
-                            std::to_string(s.m) + 'x' + std::to_string(s.n) + 'x' + std::to_string(s.k);
+    const std::string row = std::string(name) + '/' + op + "/beta" +
+                            std::to_string(static_cast<int>(std::real(beta))) + '/' + std::to_string(s.m) + 'x' +
+                            std::to_string(s.n) + 'x' + std::to_string(s.k);
     benchmark::RegisterBenchmark(row.c_str(), gemm_row<T>, s, op, beta, ours, symbol)
         ->Iterations(1)
         ->UseManualTime()
         ->Unit(benchmark::kMicrosecond);
 }
 
-// Products by three multiplications (`peer`: the plain complex product of ours; openblas: its own three) and of a real
-// A (`peer`: the complex product of ours).
+// Products by three multiplications (`peer`: the plain complex product of ours; openblas: its own three) and of a
+// real A (`peer`: the complex product of ours).
 template <class T, class F>
 void relative_row(benchmark::State& state, std::int64_t n, F* relative, ours_gemm<T>* plain, const char* symbol)
 {

@@ -82,13 +82,13 @@ struct call : product<T> {
     // Packs op(A)[i.., k0..] behind the first `skip` panels of the buffer.
     void pack_a(vrn_int i, vrn_int mb, vrn_int k0, vrn_int kb, vrn_int skip = 0) const
     {
-        this->copy_a(*desc)(&mb, &kb, this->a_at(i, k0), &lda, a_panels() + skip * desc->a_panel_elements,
-                            &desc->a_panel_elements, &alpha);
+        this->copy_a (*desc)(&mb, &kb, this->a_at(i, k0), &lda, a_panels() + skip * desc->a_panel_elements,
+                             &desc->a_panel_elements, &alpha);
     }
     void pack_b(vrn_int k0, vrn_int kb, vrn_int j, vrn_int nb, vrn_int skip = 0) const
     {
-        this->copy_b(*desc)(&kb, &nb, this->b_at(k0, j), &ldb, b_panels() + skip * desc->b_panel_elements,
-                            &desc->b_panel_elements, nullptr);
+        this->copy_b (*desc)(&kb, &nb, this->b_at(k0, j), &ldb, b_panels() + skip * desc->b_panel_elements,
+                             &desc->b_panel_elements, nullptr);
     }
     void kernel(vrn_int mb, vrn_int nb, vrn_int depth, const T* pa, vrn_int a_distance, const T* pb,
                 vrn_int b_distance, T kernel_beta, T* to, std::int32_t variant) const
@@ -114,7 +114,7 @@ struct call : product<T> {
             T* const w = static_cast<T*>(desc->w_buffer);
             for (vrn_int j = 0; j < nb; j += desc->n_unroll, to += desc->n_unroll * ldc) {
                 const vrn_int columns = least(nb - j, desc->n_unroll);
-                this->copy_b(*desc)(&kb, &columns, this->b_at(k0, n0 + j), &ldb, w, &distance, nullptr);
+                this->copy_b (*desc)(&kb, &columns, this->b_at(k0, n0 + j), &ldb, w, &distance, nullptr);
                 kernel(mb, columns, padded, pa, a_distance, w, distance, kernel_beta, to, 2);
             }
         }

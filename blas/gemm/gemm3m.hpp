@@ -4,9 +4,9 @@
 //
 // Blocks of A and B are taken apart into planes of real parts, imaginary parts and their sums, as stored; the real
 // driver multiplies planes, block of depth after block, and adds up in three planes that go into C at the end, with
-// alpha and beta. A quarter of the products is saved; the imaginary part is accurate against the norms of A and B, not
-// against each element of C (Higham 1992, Stability of a method for multiplying complex matrices with three real
-// matrix multiplications). Three areas from vrn_serv_allocate; without one of them the plain product serves.
+// alpha and beta. A quarter of the products is saved; the imaginary part is accurate against the norms of A and B,
+// not against each element of C (Higham 1992, Stability of a method for multiplying complex matrices with three
+// real matrix multiplications). Three areas from vrn_serv_allocate; without one of them the plain product serves.
 #pragma once
 
 #include "blas/gemm/desc.hpp"
@@ -29,17 +29,14 @@ inline constexpr vrn_int depth_block = 128, side_block = 1000;
 template <class R>
 struct plane_set {
     R *re, *im, *sum;
-    plane_set(void* area, vrn_int elements)
-        : re(static_cast<R*>(area)), im(re + elements), sum(im + elements)
-    {
-    }
+    plane_set(void* area, vrn_int elements) : re(static_cast<R*>(area)), im(re + elements), sum(im + elements) {}
 };
 
 // Rows by columns of op(X) from its element (row, column) on, as they are stored: the planes of a transposed operand
 // are transposed too, columns by rows.
 template <class R>
-void split(pack::operation op, vrn_int rows, vrn_int columns, const cplx<R>* x, vrn_int ld, vrn_int row, vrn_int column,
-           R* re, R* im, R* sum)
+void split(pack::operation op, vrn_int rows, vrn_int columns, const cplx<R>* x, vrn_int ld, vrn_int row,
+           vrn_int column, R* re, R* im, R* sum)
 {
     if (!op.normal) std::swap(rows, columns), std::swap(row, column);
     const auto store = [&](auto f) {
@@ -72,8 +69,7 @@ void combine(vrn_int m, vrn_int n, cplx<R> alpha, plane_set<R> p, cplx<R> beta, 
                 re.storeu(p.re + i);
                 im.storeu(p.im + i);
             });
-        for (; i < m; ++i)
-            parts(p.re[i], p.im[i], p.sum[i], [&](R re, R im) { p.re[i] = re, p.im[i] = im; });
+        for (; i < m; ++i) parts(p.re[i], p.im[i], p.sum[i], [&](R re, R im) { p.re[i] = re, p.im[i] = im; });
         planes::merge<Read>(m, p.re, p.im, to, [&](auto old, auto sum) { return Read ? g(old) + f(sum) : f(sum); });
     };
     // With beta zero C is written and not read.

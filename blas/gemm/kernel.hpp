@@ -316,8 +316,9 @@ inline void for_each_panel(const kernel_operands<T>& o, Visit&& visit)
         const int valid = left < width ? static_cast<int>(left) : width;
         if constexpr (RawB) {
             using pack::b_panel;
-            (pack::can_align(o.b, o.b_distance) ? b_panel<true, T, pack::plain<T>> : b_panel<false, T, pack::plain<T>>)(
-                o.b_normal, o.depth, valid, width, b, o.b_distance, o.w, {});
+            (pack::can_align(o.b, o.b_distance)
+                 ? b_panel<true, T, pack::plain<T>>
+                 : b_panel<false, T, pack::plain<T>>)(o.b_normal, o.depth, valid, width, b, o.b_distance, o.w, {});
         }
         visit(RawB ? o.w : b, width, valid, o.c + j * o.ldc);
         b += RawB ? valid * step : width == nr ? o.b_distance : o.padded * width;

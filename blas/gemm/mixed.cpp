@@ -1,15 +1,15 @@
 // blas/gemm/mixed.cpp - the exported names of products of a real A with complex B and C. Everything by reference.
 //
-//     x{dz,sc}gemm                     the published arguments; {dz,sc}gemm_pst: the same for sides from 4 on
-//     _mscale                          m, n, beta, c, ldc: C := beta C
-//     _getbufs                         elements of B's planes and of C's, and where to write their two addresses; returns
-//                                      the block, null without memory. _freebufs(block) gives it back
-//     _copyb, 1_copyb                  transb, rows, columns, alpha, b, ldb, re, im, ld: planes of alpha op(B), and of op(B)
-//                                      (its alpha is not read), as B is stored
-//     _copyc_fwd                       m, n, c, ldc, re, im, ld: C into planes
-//     _copyc_bwd                       the same: planes into C
-//     1_copyc_b_bwd, 2_copyc_b_bwd     m, n, alpha, re, im, ld, beta, c, ldc: C := beta C + P (its alpha is not read), and
-//                                      beta C + alpha P
+//     x{dz,sc}gemm        the published arguments; {dz,sc}gemm_pst: the same for sides from 4 on
+//     _mscale             m, n, beta, c, ldc: C := beta C
+//     _getbufs            elements of B's planes and of C's, and where to write their two addresses; returns the
+//                         block, null without memory. _freebufs(block) gives it back
+//     _copyb, 1_copyb     transb, rows, columns, alpha, b, ldb, re, im, ld: planes of alpha op(B), and of op(B) (its
+//                         alpha is not read), as B is stored
+//     _copyc_fwd          m, n, c, ldc, re, im, ld: C into planes
+//     _copyc_bwd          the same: planes into C
+//     1_copyc_b_bwd       m, n, alpha, re, im, ld, beta, c, ldc: C := beta C + P (its alpha is not read)
+//     2_copyc_b_bwd       the same: C := beta C + alpha P
 
 #include "blas/gemm/mixed.hpp"
 
@@ -31,11 +31,12 @@ mixed::operands<R> taken(const char* transa, const char* transb, vrn_int m, vrn_
 }
 
 template <class R>
-void copy_b(const char* transb, vrn_int rows, vrn_int columns, number<R> alpha, const number<R>* b, vrn_int ldb, R* re,
-            R* im, vrn_int ld)
+void copy_b(const char* transb, vrn_int rows, vrn_int columns, number<R> alpha, const number<R>* b, vrn_int ldb,
+            R* re, R* im, vrn_int ld)
 {
     using letters = product<number<R>>;
-    mixed::copy_b<R>({letters::is(transb, 'N'), letters::conjugates(transb)}, rows, columns, alpha, b, ldb, {re, im, ld});
+    mixed::copy_b<R>({letters::is(transb, 'N'), letters::conjugates(transb)}, rows, columns, alpha, b, ldb,
+                     {re, im, ld});
 }
 
 } // namespace
@@ -53,8 +54,8 @@ void copy_b(const char* transb, vrn_int rows, vrn_int columns, number<R> alpha, 
         body<R>(taken<R>(transa, transb, *m, *n, *k, *alpha, a, *lda, b, *ldb, *beta, c, *ldc), routine, multiply,   \
                 &desc);                                                                                              \
     }
-#define DZ vrn_blas_s42_xdgemm_par, vrn_blas_s42_dgemm_get_optimal_kernel
-#define SC vrn_blas_s42_xsgemm_par, vrn_blas_s42_sgemm_get_optimal_kernel
+#define DZ                                vrn_blas_s42_xdgemm_par, vrn_blas_s42_dgemm_get_optimal_kernel
+#define SC                                vrn_blas_s42_xsgemm_par, vrn_blas_s42_sgemm_get_optimal_kernel
 #define WITH(name, R, body, routine, ...) MIXED(name, R, body, routine, __VA_ARGS__)
 WITH(vrn_blas_s42_xdzgemm, double, mixed::gemm, "DZGEMM", DZ)
 WITH(vrn_blas_s42_xscgemm, float, mixed::gemm, "SCGEMM", SC)

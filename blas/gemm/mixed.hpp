@@ -29,10 +29,10 @@ namespace vrn::blas::mixed {
 
 using simd::cplx;
 
-inline constexpr vrn_int direct_below = 4;                       // of m, n and k
-inline constexpr vrn_int row_block = 5000, column_block = 500;   // of C
-inline constexpr vrn_int tall_from = 1000000, small_b = 16384;   // more rows than this, k * n below that
-inline constexpr std::uint64_t strip_bytes = row_block << 11;    // of a tall result
+inline constexpr vrn_int direct_below = 4;                     // of m, n and k
+inline constexpr vrn_int row_block = 5000, column_block = 500; // of C
+inline constexpr vrn_int tall_from = 1000000, small_b = 16384; // more rows than this, k * n below that
+inline constexpr std::uint64_t strip_bytes = row_block << 11;  // of a tall result
 
 inline vrn_int least(vrn_int x, vrn_int y) { return x < y ? x : y; }
 
@@ -167,7 +167,9 @@ struct areas {
 template <class R>
 void* get_areas(vrn_int b_elements, vrn_int c_elements, areas& to)
 {
-    const auto bytes = [](vrn_int elements) { return (static_cast<std::uint64_t>(elements) * sizeof(R) + 127) & ~127u; };
+    const auto bytes = [](vrn_int elements) {
+        return (static_cast<std::uint64_t>(elements) * sizeof(R) + 127) & ~127u;
+    };
     char* block = static_cast<char*>(vrn_serv_allocate(bytes(b_elements) + bytes(c_elements), 128));
     to = {block, block == nullptr ? nullptr : block + bytes(b_elements)};
     return block;

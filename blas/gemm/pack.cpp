@@ -44,7 +44,7 @@ vrn_int copy_b_ext(const vrn_int* code, const char* trans, const vrn_int* k, con
     VRN_EXPORT void name(const vrn_int* mb, const vrn_int* kb, const void* a, const vrn_int* lda, void* to,          \
                          const vrn_int* panel_distance, const void* alpha)                                           \
     {                                                                                                                \
-        pack::a(operation, *mb, *kb, static_cast<const T*>(a), *lda, static_cast<T*>(to), *panel_distance,              \
+        pack::a(operation, *mb, *kb, static_cast<const T*>(a), *lda, static_cast<T*>(to), *panel_distance,           \
                 *static_cast<const T*>(alpha));                                                                      \
     }
 COPY_A(vrn_blas_s42_sgemm_copyan, float, as_stored)
@@ -62,7 +62,7 @@ COPY_A(vrn_blas_s42_zgemm_copyac, cplx16, conjugate)
     VRN_EXPORT void name(const vrn_int* kb, const vrn_int* nb, const void* b, const vrn_int* ldb, void* to,          \
                          const vrn_int* panel_distance, const void*)                                                 \
     {                                                                                                                \
-        pack::b(operation, *kb, *nb, static_cast<const T*>(b), *ldb, static_cast<T*>(to), *panel_distance);             \
+        pack::b(operation, *kb, *nb, static_cast<const T*>(b), *ldb, static_cast<T*>(to), *panel_distance);          \
     }
 COPY_B(vrn_blas_s42_sgemm_copybn, float, as_stored)
 COPY_B(vrn_blas_s42_sgemm_copybt, float, transposed)

@@ -60,10 +60,7 @@ template <class R>
 struct conjugate_factor<simd::cplx<R>> {
     simd::cplx<R> scalar;
     vec<R> re, im;
-    explicit conjugate_factor(simd::cplx<R> a)
-        : scalar(a), re(vec<R>::pair(a.re, -a.re)), im(vec<R>::all(a.im))
-    {
-    }
+    explicit conjugate_factor(simd::cplx<R> a) : scalar(a), re(vec<R>::pair(a.re, -a.re)), im(vec<R>::all(a.im)) {}
     simd::cplx<R> operator()(simd::cplx<R> x) const { return scalar * conj(x); }
     vec<R> operator()(vec<R> x) const { return re * x + im * swap_parts(x); }
 };
@@ -244,7 +241,8 @@ void b_panel(bool normal, vrn_int depth, int valid, int width, const T* from, vr
         (normal ? strided_depths<4, o, Aligned, T, Factor>
                 : contiguous_depths<4, o, Aligned, T, Factor>)(from, ldb, depth, to, f);
     else
-        (normal ? strided_narrow<o, T, Factor> : contiguous_narrow<o, T, Factor>)(from, ldb, depth, valid, width, to, f);
+        (normal ? strided_narrow<o, T, Factor> : contiguous_narrow<o, T, Factor>)(from, ldb, depth, valid, width, to,
+                                                                                  f);
     const vrn_int padded = round_up(depth, gemm_tile<T>.kr);
     zero_depths(to + depth * width, (padded - depth) * width);
 }
@@ -272,8 +270,8 @@ void b(operation op, vrn_int depth, vrn_int nb, const T* from, vrn_int ldb, T* t
 {
     if (nb < 1 || depth < 1) return;
     const auto pack = [&]<class Factor>(Factor f) {
-        (can_align(from, ldb) ? b_panels<true, T, Factor> : b_panels<false, T, Factor>)(op.normal, depth, nb, from, ldb,
-                                                                                        to, distance, f);
+        (can_align(from, ldb) ? b_panels<true, T, Factor> : b_panels<false, T, Factor>)(op.normal, depth, nb, from,
+                                                                                        ldb, to, distance, f);
     };
     if constexpr (simd::element<T>::parts == 2)
         if (op.conjugate) return pack(conjugated<T>{});

@@ -42,9 +42,7 @@ template <class R, class Factor, class Put>
 {
     using V = vec<R>;
     constexpr int lanes = V::lanes;
-    const auto turn = [&](vrn_int i) {
-        put(i, apart(f(V::loadu(&x[i].re)), f(V::loadu(&x[i + lanes / 2].re))));
-    };
+    const auto turn = [&](vrn_int i) { put(i, apart(f(V::loadu(&x[i].re)), f(V::loadu(&x[i + lanes / 2].re)))); };
     vrn_int i = 0;
     for (; i + 4 <= n; i += 4)
         for (int at = 0; at < 4; at += lanes) turn(i + at);

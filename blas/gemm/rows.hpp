@@ -1,5 +1,5 @@
-// blas/gemm/rows.hpp - a run of rows of a column as vectors, the last of them partial where the count asks for it, and
-// the sums of such runs of A times elements of B, of all four types.
+// blas/gemm/rows.hpp - a run of rows of a column as vectors, the last of them partial where the count asks for it,
+// and the sums of such runs of A times elements of B, of all four types.
 //
 // Of a complex type a sum is two: x + iy times u + iv adds x*(u v) to the one and y*(u v) to the other, and only the
 // end of the sum swaps lanes and adds the two. No element of B is spread, and a sum has no shuffle but in A.

@@ -86,8 +86,8 @@ inline vrn_int dots(vrn_int depth, const T* a, bool, const T* b, vrn_int bcol, T
     unroll<Columns>([&](auto j) { sum[j] = lane_sum(even[j] + odd[j]); });
     return kk;
 }
-// Of complex numbers one sum holds (xu yv), the other (xv yu), and the conjugation of A is signs of their lanes. B, with
-// its columns along the depth, is as stored.
+// Of complex numbers one sum holds (xu yv), the other (xv yu), and the conjugation of A is signs of their lanes. B,
+// with its columns along the depth, is as stored.
 template <int Columns, class R>
 inline vrn_int dots(vrn_int depth, const simd::cplx<R>* a, bool conjugate_a, const simd::cplx<R>* b, vrn_int bcol,
                     simd::cplx<R> (&sum)[Columns])
@@ -133,8 +133,7 @@ inline void depth_tile(const product<T>& o, vrn_int depth, const T* a, const T* 
     if (brow == 1 && depth >= 4) kk = dots(depth, a, conjugate_a, b, bcol, sum);
     for (; kk < depth; ++kk) {
         const T x = conjugate_if(conjugate_a, a[kk]);
-        unroll<Columns>(
-            [&](auto j) { sum[j] = sum[j] + x * conjugate_if(conjugate_b, b[kk * brow + j * bcol]); });
+        unroll<Columns>([&](auto j) { sum[j] = sum[j] + x * conjugate_if(conjugate_b, b[kk * brow + j * bcol]); });
     }
     const sum_factor<T> f(o.alpha);
     const simd::factor<T> g(o.beta);
@@ -159,8 +158,8 @@ template <update U, int Columns, class T>
                                         o.ldc);
             i += Rows;
         };
-        // Four vectors by two columns fill eight accumulators: for s that takes two blocks of 8 rows. Of complex numbers
-        // half as many do, in blocks as low as the columns allow.
+        // Four vectors by two columns fill eight accumulators: for s that takes two blocks of 8 rows. Of complex
+        // numbers half as many do, in blocks as low as the columns allow.
         constexpr int block = simd::element<T>::parts == 1 ? 8 : 4 / Columns * simd::per_vec<T>;
         if constexpr (simd::per_vec<T> == 4)
             while (i + 16 <= o.m) tile.template operator()<16>();
@@ -192,9 +191,9 @@ template <class T>
 void gemm(const product<T>& o)
 {
     const vrn_int k4 = o.k & ~vrn_int{3};
-    const auto first = o.beta == T{}    ? pass<update::store, T>
+    const auto first = o.beta == T{}              ? pass<update::store, T>
                        : o.beta == simd::unity<T> ? pass<update::add, T>
-                                        : pass<update::scale, T>;
+                                                  : pass<update::scale, T>;
     // With no multiple of 4 the pass over the rest is the first.
     if (k4 == 0) return first(o, 0, o.k);
     first(o, 0, k4);

@@ -78,10 +78,10 @@ VRN_NAMES(c, std::complex<float>);
 VRN_NAMES(z, std::complex<double>);
 #undef VRN_NAMES
 
-constexpr vrn_int small_limit = 10;           // the unrolled kernels take m, n and k up to this,
+constexpr vrn_int small_limit = 10; // the unrolled kernels take m, n and k up to this,
 template <class T>
 constexpr vrn_int small_least = std::is_floating_point_v<T> ? 1 : 3; // and m and n from this
-constexpr std::int32_t mode_both_packed = 64; // of the driver: A and B are given as panels
+constexpr std::int32_t mode_both_packed = 64;                        // of the driver: A and B are given as panels
 constexpr std::int32_t mode_one_thread = 2;
 
 // With the rows of A contiguous the unpacked path is faster than packing where A and B lie in the first-level
@@ -278,7 +278,8 @@ void gemm_road(const char* transa, const char* transb, const vrn_int* m, const v
         const T one{1};
         return backend(names<T>::gemm)(transa, transb, m, n, k, alpha, a, lda, b, ldb, &one, c, ldc);
     }
-    const double work = multiply_adds<T> * static_cast<double>(p.m) * static_cast<double>(p.n) * static_cast<double>(p.k);
+    const double work =
+        multiply_adds<T> * static_cast<double>(p.m) * static_cast<double>(p.n) * static_cast<double>(p.k);
     const int threads = work >= threads_from ? threads::available() : 1;
     if (p.a_normal()) {
         if (p.m <= thin_limit || p.n <= thin_limit) return thin(p, threads);

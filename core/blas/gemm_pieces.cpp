@@ -50,8 +50,8 @@ void in_pieces(const product<T>& p, const A* a, product_function<T, A>* multiply
             const vrn_int first = from(i), size = from(i + 1) - first;
             const vrn_int m = rows ? size : p.m, n = rows ? p.n : size;
             const A* part_a = rows ? a + (p.a_normal() ? first : first * p.lda) : a;
-            multiply(p.transa, p.transb, &m, &n, &p.k, &p.alpha, part_a, &p.lda, rows ? p.b : p.b_at(0, first), &p.ldb,
-                     &p.beta, rows ? p.c + first : p.c_at(0, first), &p.ldc);
+            multiply(p.transa, p.transb, &m, &n, &p.k, &p.alpha, part_a, &p.lda, rows ? p.b : p.b_at(0, first),
+                     &p.ldb, &p.beta, rows ? p.c + first : p.c_at(0, first), &p.ldc);
         }
     });
 }

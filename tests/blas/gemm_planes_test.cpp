@@ -1,5 +1,5 @@
-// tests/blas/gemm_planes_test.cpp - complex products by three real ones, and those of a real A: against the definition,
-// short of memory, on any number of threads; and their parts, planes of reals.
+// tests/blas/gemm_planes_test.cpp - complex products by three real ones, and those of a real A: against the
+// definition, short of memory, on any number of threads; and their parts, planes of reals.
 
 #include "tests/blas/gemm_support.hpp"
 #include "vrn/blas.h"
@@ -129,8 +129,8 @@ TYPED_TEST(GemmPlanes, RealA)
     for (const shape& s : shapes)
         for (const char* letters : letter_pairs<T>())
             for (const auto& [alpha, beta] : factors) {
-                const mixed_product<T> p(s, {letters, alpha, beta, 3, static_cast<int>(s.m % 2), 1,
-                                             static_cast<int>(s.n % 2)});
+                const mixed_product<T> p(
+                    s, {letters, alpha, beta, 3, static_cast<int>(s.m % 2), 1, static_cast<int>(s.n % 2)});
                 p.multiply(mixed<T>);
                 ASSERT_TRUE(p.sound());
             }
@@ -177,7 +177,8 @@ TYPED_TEST(GemmPlanes, WithoutMemory)
 TYPED_TEST(GemmPlanes, SameBitsOnAnyNumberOfThreads)
 {
     using T = TypeParam;
-    for (const shape& s : {shape{40, 30, 20, "one piece"}, shape{70, 530, 40, "columns"}, shape{1030, 70, 20, "rows"}})
+    for (const shape& s :
+         {shape{40, 30, 20, "one piece"}, shape{70, 530, 40, "columns"}, shape{1030, 70, 20, "rows"}})
         for (const char* letters : {"NN", "CT"}) {
             const setting set{letters, -0.5, 0.75};
             const mixed_product<T> three_first(s, set), mixed_first(s, set);
@@ -207,14 +208,15 @@ TYPED_TEST(GemmPlanes, PlanesOfThreeProducts)
         for (const char operation : {'n', 't', 'c'})
             for (const vrn_int rows : {1, 3, 4, 5, 9})
                 for (const vrn_int columns : {1, 2, 6}) {
-                    auto* const copy =
-                        kernel<copy_function>(std::string("vrn_blas_s42_") + letter<T> + "gemm3m_copy" + side + operation);
+                    auto* const copy = kernel<copy_function>(std::string("vrn_blas_s42_") + letter<T> +
+                                                             "gemm3m_copy" + side + operation);
                     const bool normal = operation == 'n';
                     const vrn_int down = normal ? rows : columns, across = normal ? columns : rows;
                     const matrix<T> x(down + 3, across + 2, down + 4, 1);
                     x.fill(1);
                     const matrix<R> re(down, across, down, 1), im(down, across, down), sum(down, across, down);
-                    copy(rows, columns, x.data(), x.ld(), normal ? 3 : 2, normal ? 2 : 3, re.data(), im.data(), sum.data());
+                    copy(rows, columns, x.data(), x.ld(), normal ? 3 : 2, normal ? 2 : 3, re.data(), im.data(),
+                         sum.data());
                     const auto element = [&](vrn_int i, vrn_int j) {
                         return conjugate_if(operation == 'c', x(i + 3, j + 2));
                     };
@@ -222,7 +224,8 @@ TYPED_TEST(GemmPlanes, PlanesOfThreeProducts)
                     ASSERT_TRUE(sum.all([&](vrn_int i, vrn_int j, R s) {
                         const T e = element(i, j);
                         return re(i, j) == e.real() && im(i, j) == e.imag() && s == e.real() + e.imag();
-                    })) << side << operation << ' ' << rows << " x " << columns;
+                    })) << side
+                        << operation << ' ' << rows << " x " << columns;
                 }
 }
 
@@ -231,11 +234,11 @@ TYPED_TEST(GemmPlanes, PartsOfTheMixedProduct)
 {
     using T = TypeParam;
     using R = real<T>;
-    using copy_b = void(const char*, const vrn_int*, const vrn_int*, const T*, const T*, const vrn_int*, R*, R*,
-                        const vrn_int*);
+    using copy_b =
+        void(const char*, const vrn_int*, const vrn_int*, const T*, const T*, const vrn_int*, R*, R*, const vrn_int*);
     using copy_c = void(const vrn_int*, const vrn_int*, T*, const vrn_int*, R*, R*, const vrn_int*);
-    using copy_c_beta = void(const vrn_int*, const vrn_int*, const T*, R*, R*, const vrn_int*, const T*, T*,
-                             const vrn_int*);
+    using copy_c_beta =
+        void(const vrn_int*, const vrn_int*, const T*, R*, R*, const vrn_int*, const T*, T*, const vrn_int*);
     const double eps = std::numeric_limits<R>::epsilon();
     const auto near = [&](T got, T exact, double size) { return std::abs(got - exact) <= 4 * eps * size; };
     const vrn_int n = 3;
@@ -252,15 +255,16 @@ TYPED_TEST(GemmPlanes, PartsOfTheMixedProduct)
                                                       &re.ld());
                         ASSERT_TRUE(re.intact() && im.intact() && re.all([&](vrn_int i, vrn_int j, R got) {
                             return near({got, im(i, j)}, f * conjugate_if(trans == 'C', x(i, j)), 2);
-                        })) << name << trans;
+                        })) << name
+                            << trans;
                     }
                 mixed_kernel<T, copy_c>("_copyc_fwd")(&m, &n, x.data(), &x.ld(), re.data(), im.data(), &re.ld());
                 mixed_kernel<T, copy_c>("_copyc_bwd")(&m, &n, c.data(), &c.ld(), re.data(), im.data(), &re.ld());
                 ASSERT_TRUE(c.intact() && re.intact() && im.intact() && same_bits(c, x));
                 for (const char* name : {"1_copyc_b_bwd", "2_copyc_b_bwd"}) {
                     beta == T(0) ? c.fill_nan() : c.fill(3);
-                    mixed_kernel<T, copy_c_beta>(name)(&m, &n, &alpha, re.data(), im.data(), &re.ld(), &beta, c.data(),
-                                                       &c.ld());
+                    mixed_kernel<T, copy_c_beta>(name)(&m, &n, &alpha, re.data(), im.data(), &re.ld(), &beta,
+                                                       c.data(), &c.ld());
                     ASSERT_TRUE(c.intact() && c.all([&](vrn_int i, vrn_int j, T got) {
                         const T sum = (*name == '1' ? T(1) : alpha) * x(i, j);
                         return near(got, beta == T(0) ? sum : beta * value<T>(i, j, 3) + sum, 6);
