@@ -71,9 +71,9 @@ struct rows_of {
     vrn_int from, to, peel = 0;
 };
 
-// The rows as step(row, count, slot): vectors, two a turn, then what is left as part of one. The slot numbers the
-// vectors of a turn for steps that sum into several accumulators.
-template <class E, class Step>
+// The rows as step(row, count, slot): vectors, Turn of them a turn, then what is left as part of one. The slot numbers
+// the vectors of a turn, for steps that sum into several accumulators or that ask for lines ahead.
+template <class E, int Turn = 2, class Step>
 [[gnu::always_inline]] inline void sweep_rows(rows_of rows, Step&& step)
 {
     constexpr int full = lanes<E>::full;
@@ -82,14 +82,11 @@ template <class E, class Step>
     };
     if (rows.peel != 0) part(rows.from, rows.peel);
     vrn_int i = rows.from + rows.peel;
-    for (; rows.to - i >= 2 * full; i += 2 * full) {
-        step(i, count_of<full>{}, count_of<0>{});
-        step(i + full, count_of<full>{}, count_of<1>{});
-    }
-    if (rows.to - i >= full) {
-        step(i, count_of<full>{}, count_of<0>{});
-        i += full;
-    }
+    for (; rows.to - i >= Turn * full; i += Turn * full)
+        unroll<Turn>([&](auto slot) __attribute__((always_inline)) {
+            step(i + slot * full, count_of<full>{}, slot);
+        });
+    for (; rows.to - i >= full; i += full) step(i, count_of<full>{}, count_of<0>{});
     part(i, rows.to - i);
 }
 
@@ -108,6 +105,13 @@ template <int Widest, class Body>
     if constexpr (Widest > 4) tail(count_of<4>{});
     if constexpr (Widest > 2) tail(count_of<2>{});
     if constexpr (Widest > 1) tail(count_of<1>{});
+}
+
+// Asks for the line of p, for the first-level cache.
+template <class E>
+[[gnu::always_inline]] inline void ask_for(const E* p)
+{
+    _mm_prefetch(reinterpret_cast<const char*>(p), _MM_HINT_T0);
 }
 
 // Whether A's columns are all aligned.
