@@ -15,7 +15,7 @@ namespace {
 
 template <class T>
 struct Level3 : Gemm<> {};
-TYPED_TEST_SUITE(Level3, Reals);
+TYPED_TEST_SUITE(Level3, AllTypes);
 
 template <class T>
 constexpr bool complex_type = !std::is_same_v<T, real<T>>;
