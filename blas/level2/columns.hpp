@@ -248,4 +248,16 @@ template <int Columns, bool Conj, class E>
     dot.add_to(w, alpha);
 }
 
+// y += alpha A x and w += alpha op(A) z for a block of A, op the transpose, conjugated where the type has a conjugate.
+template <int Widest, class E>
+[[gnu::noinline, gnu::flatten]] void cross_block(vrn_int m, vrn_int n, E alpha, const E* a, vrn_int lda, const E* x,
+                                                 E* y, const E* z, E* w)
+{
+    column_groups<Widest>(n, [&](vrn_int j, auto columns) __attribute__((always_inline)) {
+        E t[columns];
+        for (int c = 0; c < columns; ++c) t[c] = alpha * x[j + c];
+        cross_columns<columns, simd::element<E>::parts == 2>({0, m}, a + j * lda, lda, t, y, z, alpha, w + j);
+    });
+}
+
 } // namespace vrn::blas

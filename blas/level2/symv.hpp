@@ -63,17 +63,6 @@ template <bool Peel, class E>
     });
 }
 
-template <class E>
-[[gnu::noinline, gnu::flatten]] void symv_rectangle(vrn_int rows, vrn_int columns_here, E alpha, const E* a, vrn_int lda,
-                                                    const E* x_along, E* y_along, const E* x, E* y)
-{
-    column_groups<symv_group<E>>(columns_here, [&](vrn_int j, auto columns) __attribute__((always_inline)) {
-        E t[columns];
-        for (int c = 0; c < columns; ++c) t[c] = alpha * x_along[j + c];
-        cross_columns<columns, simd::element<E>::parts == 2>({0, rows}, a + j * lda, lda, t, y, x, alpha, y_along + j);
-    });
-}
-
 template <bool Peel, class E>
 [[gnu::noinline]] void symv_staged(bool lower, vrn_int first, vrn_int end, vrn_int n, E alpha, const E* a, vrn_int lda,
                                    const E* x, vrn_int incx, E* y, vrn_int incy)
@@ -89,7 +78,7 @@ template <bool Peel, class E>
             const vrn_int i = from + b;
             copy_in(rows, x + i * incx, incx, x_rows);
             copy_in(rows, y + i * incy, incy, y_rows);
-            symv_rectangle(rows, columns, alpha, a + i + j * lda, lda, x_along, y_along, x_rows, y_rows);
+            cross_block<symv_group<E>>(rows, columns, alpha, a + i + j * lda, lda, x_along, y_rows, x_rows, y_along);
             copy_out(rows, y_rows, y + i * incy, incy);
         });
         copy_out(columns, y_along, y + j * incy, incy);
