@@ -3,12 +3,12 @@
 
 using vrn::simd::cplx;
 
-#define VRN_GEM2V(name, E)                                                                                    \
-    VRN_EXPORT void name(const vrn_int* m, const vrn_int* n, const E* alpha, const E* a, const vrn_int* lda,  \
-                         const E* x, const vrn_int* incx, const E* y, const vrn_int* incy, const E* beta,     \
-                         E* z, const vrn_int* incz, E* w, const vrn_int* incw)                                \
-    {                                                                                                         \
-        vrn::blas::gem2v(*m, *n, *alpha, a, *lda, x, *incx, y, *incy, *beta, z, *incz, w, *incw);             \
+#define VRN_GEM2V(name, E)                                                                                           \
+    VRN_EXPORT void name(const vrn_int* m, const vrn_int* n, const E* alpha, const E* a, const vrn_int* lda,         \
+                         const E* x, const vrn_int* incx, const E* y, const vrn_int* incy, const E* beta, E* z,      \
+                         const vrn_int* incz, E* w, const vrn_int* incw)                                             \
+    {                                                                                                                \
+        vrn::blas::gem2v(*m, *n, *alpha, a, *lda, x, *incx, y, *incy, *beta, z, *incz, w, *incw);                    \
     }
 
 VRN_GEM2V(vrn_blas_s42_sgem2vu, float)

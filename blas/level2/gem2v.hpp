@@ -1,9 +1,9 @@
-// blas/level2/gem2v.hpp - z := alpha A x + beta z and w := alpha op(A) y + beta w in one pass over A, op the transpose, for
-// complex types the conjugate transpose. Instantiated by gem2v.cpp.
+// blas/level2/gem2v.hpp - z := alpha A x + beta z and w := alpha op(A) y + beta w in one pass over A, op the
+// transpose, for complex types the conjugate transpose. Instantiated by gem2v.cpp.
 //
-// beta multiplies both results as scal does, so beta zero does not remove a NaN. A few columns go one by one, as axpy and
-// dot. Otherwise groups of columns are added to z and multiplied with y while they are in registers; how many, goes by
-// the length of the columns. Strided vectors go by blocks through stack buffers. Nothing is allocated.
+// beta multiplies both results as scal does, so beta zero does not remove a NaN. A few columns go one by one, as axpy
+// and dot. Otherwise groups of columns are added to z and multiplied with y while they are in registers; how many,
+// goes by the length of the columns. Strided vectors go by blocks through stack buffers. Nothing is allocated.
 #pragma once
 
 #include "blas/level1/axpy.hpp"
@@ -17,7 +17,8 @@ namespace vrn::blas {
 inline constexpr vrn_int gem2v_few = 4; // columns: less than these do not fill a group
 
 template <class E>
-using cross_function = void(vrn_int m, vrn_int n, E alpha, const E* a, vrn_int lda, const E* x, E* y, const E* z, E* w);
+using cross_function = void(vrn_int m, vrn_int n, E alpha, const E* a, vrn_int lda, const E* x, E* y, const E* z,
+                            E* w);
 
 // A narrow group has little to add up behind a short column, a wide one loads y and z for more columns.
 template <class E>
@@ -74,8 +75,7 @@ void gem2v(vrn_int m, vrn_int n, E alpha, const E* a, vrn_int lda, const E* x, v
     scal(n, beta, w, incw);
     if (alpha == E{}) return;
     if (n < gem2v_few) return gem2v_columns(m, n, alpha, a, lda, x, incx, y, incy, z, incz, w, incw);
-    if (incx == 1 && incy == 1 && incz == 1 && incw == 1)
-        return gem2v_kernel<E>(m)(m, n, alpha, a, lda, x, z, y, w);
+    if (incx == 1 && incy == 1 && incz == 1 && incw == 1) return gem2v_kernel<E>(m)(m, n, alpha, a, lda, x, z, y, w);
     gem2v_staged(m, n, alpha, a, lda, x, incx, y, incy, z, incz, w, incw);
 }
 

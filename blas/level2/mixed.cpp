@@ -3,12 +3,12 @@
 
 using vrn::simd::cplx;
 
-#define VRN_MIXED(name, R, title)                                                                             \
-    VRN_EXPORT void name(const char* trans, const vrn_int* m, const vrn_int* n, const cplx<R>* alpha,         \
-                         const R* a, const vrn_int* lda, const cplx<R>* x, const vrn_int* incx,               \
-                         const cplx<R>* beta, cplx<R>* y, const vrn_int* incy)                                \
-    {                                                                                                         \
-        vrn::blas::mixed_gemv(title, trans, *m, *n, *alpha, a, *lda, x, *incx, *beta, y, *incy);              \
+#define VRN_MIXED(name, R, title)                                                                                    \
+    VRN_EXPORT void name(const char* trans, const vrn_int* m, const vrn_int* n, const cplx<R>* alpha, const R* a,    \
+                         const vrn_int* lda, const cplx<R>* x, const vrn_int* incx, const cplx<R>* beta, cplx<R>* y, \
+                         const vrn_int* incy)                                                                        \
+    {                                                                                                                \
+        vrn::blas::mixed_gemv(title, trans, *m, *n, *alpha, a, *lda, x, *incx, *beta, y, *incy);                     \
     }
 
 VRN_MIXED(vrn_blas_s42_scgemv, float, "SCGEMV")

@@ -27,20 +27,21 @@ template <int Columns, class R>
     const column_group<Columns, R> column(a, lda);
     V tr[Columns], ti[Columns];
     unroll<Columns>([&](auto c) __attribute__((always_inline)) { tr[c] = V::all(re[c]), ti[c] = V::all(im[c]); });
-    sweep_rows<R, line_turn>({0, m}, [&](vrn_int i, auto count, auto slot) __attribute__((always_inline)) {
-        if constexpr (slot == 0) column.ask_for_next(i);
-        V sr, si;
-        unroll<Columns>([&](auto c) __attribute__((always_inline)) {
-            const V v = simd::held(column.template load<c, count, false>(i));
-            sr = c == 0 ? v * tr[c] : sr + v * tr[c];
-            si = c == 0 ? v * ti[c] : si + v * ti[c];
+    sweep_rows<R, line_turn>(
+        {0, m}, [&](vrn_int i, auto count, auto slot) __attribute__((always_inline)) {
+            if constexpr (slot == 0) column.ask_for_next(i);
+            V sr, si;
+            unroll<Columns>([&](auto c) __attribute__((always_inline)) {
+                const V v = simd::held(column.template load<c, count, false>(i));
+                sr = c == 0 ? v * tr[c] : sr + v * tr[c];
+                si = c == 0 ? v * ti[c] : si + v * ti[c];
+            });
+            using L = lanes<cplx<R>>;
+            constexpr int low = count < L::full ? int{count} : L::full, high = count - low;
+            L::template store<low>(y + i, L::template load<low>(y + i) + lower_pairs(sr, si));
+            if constexpr (high > 0)
+                L::template store<high>(y + i + low, L::template load<high>(y + i + low) + upper_pairs(sr, si));
         });
-        using L = lanes<cplx<R>>;
-        constexpr int low = count < L::full ? int{count} : L::full, high = count - low;
-        L::template store<low>(y + i, L::template load<low>(y + i) + lower_pairs(sr, si));
-        if constexpr (high > 0)
-            L::template store<high>(y + i + low, L::template load<high>(y + i + low) + upper_pairs(sr, si));
-    });
 }
 
 // y += alpha A^T x, the parts of x given apart.
@@ -51,15 +52,16 @@ template <int Columns, class R>
     using L = lanes<R>;
     const column_group<Columns, R> column(a, lda);
     dots<R, Columns, false> by_re, by_im;
-    sweep_rows<R, line_turn>({0, m}, [&](vrn_int i, auto count, auto slot) __attribute__((always_inline)) {
-        if constexpr (slot == 0) column.ask_for_next(i);
-        const met<R> xr{L::template load<count>(re + i)}, xi{L::template load<count>(im + i)};
-        unroll<Columns>([&](auto c) __attribute__((always_inline)) {
-            const auto v = simd::held(column.template load<c, count, false>(i));
-            by_re.template add<slot, c>(v, xr);
-            by_im.template add<slot, c>(v, xi);
+    sweep_rows<R, line_turn>(
+        {0, m}, [&](vrn_int i, auto count, auto slot) __attribute__((always_inline)) {
+            if constexpr (slot == 0) column.ask_for_next(i);
+            const met<R> xr{L::template load<count>(re + i)}, xi{L::template load<count>(im + i)};
+            unroll<Columns>([&](auto c) __attribute__((always_inline)) {
+                const auto v = simd::held(column.template load<c, count, false>(i));
+                by_re.template add<slot, c>(v, xr);
+                by_im.template add<slot, c>(v, xi);
+            });
         });
-    });
     R sr[Columns] = {}, si[Columns] = {};
     by_re.add_to(sr, 1);
     by_im.add_to(si, 1);
@@ -71,18 +73,21 @@ template <class R>
                                                  vrn_int lda, const R* re, const R* im, cplx<R>* y, vrn_int incy)
 {
     if (transposed)
-        return column_groups<mixed_group>(n, [&](vrn_int j, auto columns) __attribute__((always_inline)) {
-            mixed_dot<columns>(m, a + j * lda, lda, re, im, alpha, y + j * incy, incy);
-        });
+        return column_groups<mixed_group>(
+            n, [&](vrn_int j, auto columns) __attribute__((always_inline)) {
+                mixed_dot<columns>(m, a + j * lda, lda, re, im, alpha, y + j * incy, incy);
+            });
     alignas(64) cplx<R> copy[staged_rows];
-    blocks_of(m, incy == 1 ? m : staged_rows, [&](vrn_int i, vrn_int rows) __attribute__((always_inline)) {
-        cplx<R>* const to = incy == 1 ? y : copy;
-        if (incy != 1) copy_in(rows, y + i * incy, incy, copy);
-        column_groups<mixed_group>(n, [&](vrn_int j, auto columns) __attribute__((always_inline)) {
-            mixed_add<columns>(rows, a + i + j * lda, lda, re + j, im + j, to);
+    blocks_of(
+        m, incy == 1 ? m : staged_rows, [&](vrn_int i, vrn_int rows) __attribute__((always_inline)) {
+            cplx<R>* const to = incy == 1 ? y : copy;
+            if (incy != 1) copy_in(rows, y + i * incy, incy, copy);
+            column_groups<mixed_group>(
+                n, [&](vrn_int j, auto columns) __attribute__((always_inline)) {
+                    mixed_add<columns>(rows, a + i + j * lda, lda, re + j, im + j, to);
+                });
+            if (incy != 1) copy_out(rows, copy, y + i * incy, incy);
         });
-        if (incy != 1) copy_out(rows, copy, y + i * incy, incy);
-    });
 }
 
 template <class R>

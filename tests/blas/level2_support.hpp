@@ -77,8 +77,7 @@ matrix<T> dense(content what, char uplo, vrn_int m, vrn_int n, int gap, int shif
 template <class T>
 bool unchanged(const matrix<T>& a, content what, char uplo)
 {
-    return a.intact() &&
-           a.all([&](vrn_int i, vrn_int j, T x) { return same_bits(x, stored<T>(what, uplo, i, j)); });
+    return a.intact() && a.all([&](vrn_int i, vrn_int j, T x) { return same_bits(x, stored<T>(what, uplo, i, j)); });
 }
 
 // vrn_blas_s42_x<letter><name> or, where the x is missing, without it.

@@ -1,5 +1,5 @@
-// tests/oracle/level2.hpp - the matrices of level 2 by their logical elements. `stored` gives an element as it lies in
-// the caller's array.
+// tests/oracle/level2.hpp - the matrices of level 2 by their logical elements. `stored` gives an element as it lies
+// in the caller's array.
 #pragma once
 
 #include "tests/oracle/gemm.hpp"
