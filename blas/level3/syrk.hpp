@@ -94,8 +94,8 @@ void diagonal(const record<E>& r, const triangle_of_c<E>& t, vrn_int from, vrn_i
         alignas(16) E square[tile * tile];
         r.kernel(width, width, kb, r.a_panels() + j * depth, b, E{}, square, tile);
         const triangle_of_c<E> own = t.part(j, width);
-        if (beta == E{}) scale_triangle<kind::symmetric>(own, beta);
-        add_triangle<K>(own, square, tile);
+        if (beta == E{}) take_triangle<K, true>(own, square, tile);
+        else take_triangle<K, false>(own, square, tile);
         const vrn_int first = t.upper ? from : j + width, rows = t.upper ? j - from : to - first;
         if (rows > 0)
             r.kernel(rows, width, kb, r.a_panels() + first * depth, b, beta, t.c + first + j * t.ldc, t.ldc);
