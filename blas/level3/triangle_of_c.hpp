@@ -57,6 +57,14 @@ void scale_triangle(const triangle_of_c<E>& t, E beta)
     }
 }
 
+// A rectangle of C := beta times itself, of a Hermitian C as reals.
+template <kind K, class E>
+void scale_rectangle(vrn_int m, vrn_int n, E beta, E* c, vrn_int ldc)
+{
+    if constexpr (K == kind::hermitian) scale(2 * m, n, beta.re, reinterpret_cast<real_of<E>*>(c), 2 * ldc);
+    else scale(m, n, beta, c, ldc);
+}
+
 // x := x + w, or w where Store is set; numbers of either kind as their reals.
 template <bool Store, class R>
 void add_run(vrn_int n, const R* w, R* x)
