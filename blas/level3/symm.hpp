@@ -1,0 +1,124 @@
+// blas/level3/symm.hpp - C := alpha A B + beta C or alpha B A + beta C, A symmetric (SYMM) or Hermitian (HEMM), one triangle stored.
+//
+// C goes in slices of 5000 along the other dimension and in blocks of 256 of A's. What lies before and behind the
+// diagonal block is met as stored, straight or turned; the block itself is mirrored into a scratch square, so that it
+// goes through the matrix product in one piece. Allocates the square; without it multiplies by plain loops. The far
+// side of A is not read, nor are the imaginary parts of a Hermitian diagonal.
+// Called by the host; published by Dongarra, Du Croz, Hammarling and Duff (1990).
+#pragma once
+
+#include "blas/level3/triangle_of_c.hpp"
+
+namespace vrn::blas::level3 {
+
+template <class E>
+struct symmetric_product {
+    bool left, upper;
+    vrn_int m, n;
+    E alpha;
+    const E* a;
+    vrn_int lda;
+    const E* b;
+    vrn_int ldb;
+    E beta;
+    E* c;
+    vrn_int ldc;
+
+    vrn_int order() const { return left ? m : n; }
+    vrn_int others() const { return left ? n : m; }
+};
+
+namespace symm {
+
+// Element (i, j) of the whole A.
+template <kind K, class E>
+E element(const symmetric_product<E>& o, vrn_int i, vrn_int j)
+{
+    if (i == j) {
+        E d = o.a[i + i * o.lda];
+        if constexpr (K == kind::hermitian) make_real(d);
+        return d;
+    }
+    return (i < j) == o.upper ? o.a[i + j * o.lda] : mirrored<K>(o.a[j + i * o.lda]);
+}
+
+template <kind K, class E>
+void unblocked(const symmetric_product<E>& o)
+{
+    for (vrn_int j = 0; j < o.n; ++j)
+        for (vrn_int l = 0; l < o.order(); ++l)
+            if (o.left) {
+                const E f = o.alpha * o.b[l + j * o.ldb];
+                for (vrn_int i = 0; i < o.m; ++i) o.c[i + j * o.ldc] = o.c[i + j * o.ldc] + f * element<K>(o, i, l);
+            } else {
+                const E f = o.alpha * element<K>(o, l, j);
+                for (vrn_int i = 0; i < o.m; ++i)
+                    o.c[i + j * o.ldc] = o.c[i + j * o.ldc] + f * o.b[i + l * o.ldb];
+            }
+}
+
+// The diagonal block of order n at a, whole. Squares of eight at a time, since one of the two sides goes across.
+template <kind K, class E>
+void expand(bool upper, vrn_int n, const E* a, vrn_int lda, E* square)
+{
+    constexpr vrn_int side = 8;
+    for (vrn_int j0 = 0; j0 < n; j0 += side)
+        for (vrn_int i0 = upper ? 0 : j0; i0 < (upper ? j0 + side : n); i0 += side)
+            for (vrn_int j = j0; j < least(j0 + side, n); ++j) {
+                const vrn_int from = upper || i0 > j ? i0 : j;
+                const vrn_int to = least(i0 + side, upper ? j + 1 : n);
+                for (vrn_int i = from; i < to; ++i) {
+                    const E x = a[i + j * lda];
+                    square[i + j * symm_block] = x;
+                    square[j + i * symm_block] = mirrored<K>(x);
+                }
+            }
+    if constexpr (K == kind::hermitian)
+        for (vrn_int i = 0; i < n; ++i) make_real(square[i + i * symm_block]);
+}
+
+// C's block [from, to) += alpha A[from.., c..] B[c..], or the same from the right, for `count` others from j on.
+template <class E>
+product<E> part(const symmetric_product<E>& o, vrn_int from, vrn_int to, vrn_int c, vrn_int c_end, vrn_int j,
+                vrn_int count, const char* trans, const E* a, vrn_int lda)
+{
+    if (o.left)
+        return {trans, "N",   to - from, count, c_end - c, o.alpha, a, lda, o.b + c + j * o.ldb,
+                o.ldb, one<E>, o.c + from + j * o.ldc, o.ldc};
+    return {"N", trans, count, to - from, c_end - c, o.alpha, o.b + j + c * o.ldb, o.ldb, a, lda, one<E>,
+            o.c + j + from * o.ldc, o.ldc};
+}
+
+} // namespace symm
+
+template <kind K, class E>
+void multiply_symmetric(const symmetric_product<E>& o)
+{
+    const scratch area(static_cast<std::uint64_t>(symm_block * symm_block) * sizeof(E), symm_scratch_align);
+    const bool usable = have(area.get(), K == kind::hermitian ? engine<E>::hemm : engine<E>::symm);
+    if (o.m < 1 || o.n < 1) return;
+    scale(o.m, o.n, o.beta, o.c, o.ldc);
+    if (o.alpha == E{}) return;
+    if (!usable) return symm::unblocked<K>(o);
+    E* const square = static_cast<E*>(area.get());
+    const char* const turned = K == kind::hermitian ? "C" : "T";
+    const vrn_int order = o.order();
+    for (vrn_int j = 0; j < o.others(); j += symm_slice) {
+        const vrn_int count = least(symm_slice, o.others() - j);
+        for (vrn_int from = 0; from < order; from += symm_block) {
+            const vrn_int to = least(from + symm_block, order);
+            // The block of A that meets [from, to) with the range from c on, straight or turned.
+            const auto beside = [&](vrn_int c, vrn_int c_end, bool straight) {
+                const bool rows = o.left == straight; // whether [from, to) lies along the rows in memory
+                const E* a = rows ? o.a + from + c * o.lda : o.a + c + from * o.lda;
+                multiply(symm::part(o, from, to, c, c_end, j, count, straight ? "N" : turned, a, o.lda));
+            };
+            if (from > 0) beside(0, from, o.left != o.upper);
+            symm::expand<K>(o.upper, to - from, o.a + from * (o.lda + 1), o.lda, square);
+            multiply(symm::part<E>(o, from, to, from, to, j, count, "N", square, symm_block));
+            if (to < order) beside(to, order, o.left == o.upper);
+        }
+    }
+}
+
+} // namespace vrn::blas::level3
