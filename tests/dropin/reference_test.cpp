@@ -192,6 +192,7 @@ values<R> expected_of(const face& f, const routine& r, const values<R>& v)
     if (r.stem.starts_with("gemmt")) {
         w.number["m"] = v.number.at("n");
         w = call(reference, named(type + "gemm"), w);
+        if (!reports.empty()) return w;
         const std::size_t part = r.arguments[6].kind == 'C' ? 2 : 1;
         const bool upper = (v.letter.at("uplo") == 'U') == (f.how != cblas_rows);
         const auto ld = std::size_t(v.number.at("ldc"));
