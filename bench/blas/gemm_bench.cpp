@@ -83,6 +83,39 @@ void add_row(const char* name, shape s, const std::string& op, T beta, ours_gemm
         ->Unit(benchmark::kMicrosecond);
 }
 
+// Products by three multiplications (`peer`: the plain complex product of ours; openblas: its own three) and of a real
+// A (`peer`: the complex product of ours).
+template <class T, class F>
+void relative_row(benchmark::State& state, std::int64_t n, F* relative, ours_gemm<T>* plain, const char* symbol)
+{
+    const auto elements = static_cast<std::size_t>(n * n);
+    std::vector<T> a(elements, T(0.5, 0.25)), b(elements, T(0.25, -0.5)), c(elements);
+    const T one = 1, zero = 0;
+    const int n32 = static_cast<int>(n);
+    contest race;
+    race.work = 8.0 * static_cast<double>(n) * static_cast<double>(n) * static_cast<double>(n);
+    race.all = {{"vrn", true,
+                 [&](long calls) {
+                     // A real A reads half of a.
+                     while (calls-- > 0)
+                         reinterpret_cast<ours_gemm<T>*>(relative)("N", "N", &n, &n, &n, &one, a.data(), &n, b.data(),
+                                                                   &n, &zero, c.data(), &n);
+                 }},
+                {"vrn plain", true, [&](long calls) {
+                     while (calls-- > 0)
+                         plain("N", "N", &n, &n, &n, &one, a.data(), &n, b.data(), &n, &zero, c.data(), &n);
+                 }}};
+    if (symbol != nullptr)
+        for (const peer& p : peers())
+            if (auto* f = p.find<fortran_gemm<T>>(symbol); f != nullptr && p.sse)
+                race.all.push_back({p.name, false, [&, f](long calls) {
+                                        while (calls-- > 0)
+                                            f("N", "N", &n32, &n32, &n32, &one, a.data(), &n32, b.data(), &n32, &zero,
+                                              c.data(), &n32);
+                                    }});
+    hold(state, race);
+}
+
 // Two threads against one: `ours` is two, `peer` one, and the ratio is the speed-up.
 void threads_row(benchmark::State& state, std::int64_t n)
 {
@@ -136,6 +169,22 @@ int main(int argc, char** argv)
     add_type<float>("sgemm", vrn_blas_sgemm, "sgemm_");
     add_type("cgemm", as_complex(vrn_blas_cgemm), "cgemm_");
     add_type("zgemm", as_complex(vrn_blas_zgemm), "zgemm_");
+    for (std::int64_t n : {32, 64, 128, 256, 512, 1000}) {
+        const auto add = [n](const char* name, auto* relative, auto* plain, const char* symbol) {
+            using T = std::conditional_t<std::is_same_v<decltype(plain), ours_gemm<std::complex<float>>*>,
+                                         std::complex<float>, std::complex<double>>;
+            using F = std::remove_pointer_t<decltype(relative)>;
+            benchmark::RegisterBenchmark((std::string(name) + '/' + std::to_string(n)).c_str(), relative_row<T, F>, n,
+                                         relative, plain, symbol)
+                ->Iterations(1)
+                ->UseManualTime()
+                ->Unit(benchmark::kMicrosecond);
+        };
+        add("cgemm3m", vrn_blas_cgemm3m, as_complex(vrn_blas_cgemm), "cgemm3m_");
+        add("zgemm3m", vrn_blas_zgemm3m, as_complex(vrn_blas_zgemm), "zgemm3m_");
+        add("scgemm", vrn_blas_scgemm, as_complex(vrn_blas_cgemm), nullptr);
+        add("dzgemm", vrn_blas_dzgemm, as_complex(vrn_blas_zgemm), nullptr);
+    }
     for (std::int64_t n : {100, 200, 500, 1000, 2000})
         benchmark::RegisterBenchmark(("dgemm/2threads/" + std::to_string(n)).c_str(), threads_row, n)
             ->Iterations(1)

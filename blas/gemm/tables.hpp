@@ -45,8 +45,8 @@ inline constexpr blocking gemm_blocking<simd::cplx<float>>{2, 4, 4, 2, 106, 512,
 template <>
 inline constexpr blocking gemm_blocking<simd::cplx<double>>{2, 4, 4, 1, 106, 256, 160, 2000};
 
-// Sides from which and depths up to which the unrolled kernels of tiny products serve; rows and columns up to the
-// same 10. A complex vector holds one or two rows: below 3 rows or columns its tiles stay half empty.
+// The unrolled kernels of tiny products serve up to this m, n and k, and from this m and n on: tiles of complex
+// numbers stay half empty below 3 rows or columns.
 inline constexpr int small_largest = 10;
 template <class T>
 inline constexpr int small_least = simd::element<T>::parts == 1 ? 1 : 3;

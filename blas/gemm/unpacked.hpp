@@ -70,7 +70,7 @@ inline T lane_sum(vec<T> x)
 // The dot products of a with Columns columns of B, all along the depth, by whole vectors; returns how far they went.
 // Two sums an element: their lanes and the pair of columns keep the adder busy.
 template <int Columns, class T>
-inline vrn_int dots(vrn_int depth, const T* a, bool, const T* b, vrn_int bcol, bool, T (&sum)[Columns])
+inline vrn_int dots(vrn_int depth, const T* a, bool, const T* b, vrn_int bcol, T (&sum)[Columns])
 {
     using V = vec<T>;
     V even[Columns], odd[Columns];
@@ -86,10 +86,11 @@ inline vrn_int dots(vrn_int depth, const T* a, bool, const T* b, vrn_int bcol, b
     unroll<Columns>([&](auto j) { sum[j] = lane_sum(even[j] + odd[j]); });
     return kk;
 }
-// Of complex numbers one sum holds (xu yv), the other (xv yu), and the conjugations are signs of their lanes.
+// Of complex numbers one sum holds (xu yv), the other (xv yu), and the conjugation of A is signs of their lanes. B, with
+// its columns along the depth, is as stored.
 template <int Columns, class R>
 inline vrn_int dots(vrn_int depth, const simd::cplx<R>* a, bool conjugate_a, const simd::cplx<R>* b, vrn_int bcol,
-                    bool conjugate_b, simd::cplx<R> (&sum)[Columns])
+                    simd::cplx<R> (&sum)[Columns])
 {
     using V = vec<R>;
     constexpr int per = simd::per_vec<simd::cplx<R>>;
@@ -104,8 +105,8 @@ inline vrn_int dots(vrn_int depth, const simd::cplx<R>* a, bool conjugate_a, con
             crossed[j] = crossed[j] + x * swap_parts(y);
         });
     }
-    const R sign_a = conjugate_a ? -1 : 1, sign_b = conjugate_b ? -1 : 1;
-    const V re = V::pair(1, -sign_a * sign_b), im = V::pair(sign_b, sign_a);
+    const R sign = conjugate_a ? -1 : 1;
+    const V re = V::pair(1, -sign), im = V::pair(1, sign);
     unroll<Columns>([&](auto j) { sum[j] = {lane_sum(straight[j] * re), lane_sum(crossed[j] * im)}; });
     return kk;
 }
@@ -129,7 +130,7 @@ inline void depth_tile(const product<T>& o, vrn_int depth, const T* a, const T* 
     const bool conjugate_a = o.a_conjugated(), conjugate_b = o.b_conjugated();
     T sum[Columns] = {};
     vrn_int kk = 0;
-    if (brow == 1 && depth >= 4) kk = dots(depth, a, conjugate_a, b, bcol, conjugate_b, sum);
+    if (brow == 1 && depth >= 4) kk = dots(depth, a, conjugate_a, b, bcol, sum);
     for (; kk < depth; ++kk) {
         const T x = conjugate_if(conjugate_a, a[kk]);
         unroll<Columns>(
