@@ -17,6 +17,7 @@
 
 #include <cstdint>
 #include <limits>
+#include <type_traits>
 
 namespace vrn::blas::level3 {
 
@@ -102,6 +103,14 @@ E conjugate(E x)
     else return x;
 }
 
+// A factor that may be real where the elements are complex.
+template <class E, class F>
+E widened(F x)
+{
+    if constexpr (std::is_same_v<E, F>) return x;
+    else return {x, 0};
+}
+
 // Bit 5 tells the cases of a letter apart.
 inline bool is_letter(const char* option, char letter) { return (*option & ~0x20) == letter; }
 
@@ -128,10 +137,27 @@ class scratch {
     void* block_;
 };
 
+// C (m by n) := alpha op(A) op(B) + beta C, k deep, its operands in groups.
+struct extent {
+    vrn_int m, n, k;
+};
+template <class E>
+struct operand {
+    const char* trans;
+    const E* p;
+    vrn_int ld;
+};
+template <class E>
+product<E> product_of(extent size, E alpha, operand<E> a, operand<E> b, E beta, E* c, vrn_int ldc)
+{
+    return {a.trans, b.trans, size.m, size.n, size.k, alpha, a.p, a.ld, b.p, b.ld, beta, c, ldc};
+}
+
 template <class E>
 void scale(vrn_int m, vrn_int n, E beta, E* c, vrn_int ldc)
 {
-    if (!(beta == one<E>) && m > 0 && n > 0) engine<E>::mscale(&m, &n, &beta, c, &ldc);
+    const bool changes = !(beta == one<E>);
+    if (changes && m > 0 && n > 0) engine<E>::mscale(&m, &n, &beta, c, &ldc);
 }
 
 // By a record that refuses to pack.

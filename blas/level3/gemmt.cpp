@@ -6,7 +6,7 @@
 
 using namespace vrn::blas::level3;
 
-#define GEMMT(name, E)                                                                                              \
+#define GEMMT(name, E)                                                                                               \
     VRN_EXPORT void name(const char* uplo, const char* transa, const char* transb, const vrn_int* n,                 \
                          const vrn_int* k, const E* alpha, const E* a, const vrn_int* lda, const E* b,               \
                          const vrn_int* ldb, const E* beta, E* c, const vrn_int* ldc)                                \

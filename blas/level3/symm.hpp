@@ -1,4 +1,5 @@
-// blas/level3/symm.hpp - C := alpha A B + beta C or alpha B A + beta C, A symmetric (SYMM) or Hermitian (HEMM), one triangle stored.
+// blas/level3/symm.hpp - C := alpha A B + beta C or alpha B A + beta C, A symmetric (SYMM) or Hermitian (HEMM), one
+// triangle stored.
 //
 // C goes in slices of 5000 along the other dimension and in blocks of 256 of A's. What lies before and behind the
 // diagonal block is met as stored, straight or turned; the block itself is mirrored into a scratch square, so that it
@@ -53,8 +54,7 @@ void unblocked(const symmetric_product<E>& o)
                 for (vrn_int i = 0; i < o.m; ++i) o.c[i + j * o.ldc] = o.c[i + j * o.ldc] + f * element<K>(o, i, l);
             } else {
                 const E f = o.alpha * element<K>(o, l, j);
-                for (vrn_int i = 0; i < o.m; ++i)
-                    o.c[i + j * o.ldc] = o.c[i + j * o.ldc] + f * o.b[i + l * o.ldb];
+                for (vrn_int i = 0; i < o.m; ++i) o.c[i + j * o.ldc] = o.c[i + j * o.ldc] + f * o.b[i + l * o.ldb];
             }
 }
 
@@ -102,11 +102,13 @@ template <class E>
 product<E> part(const symmetric_product<E>& o, vrn_int from, vrn_int to, vrn_int c, vrn_int c_end, vrn_int j,
                 vrn_int count, const char* trans, const E* a, vrn_int lda)
 {
+    const operand<E> block{trans, a, lda};
+    const vrn_int order = to - from, depth = c_end - c;
     if (o.left)
-        return {trans, "N",   to - from, count, c_end - c, o.alpha, a, lda, o.b + c + j * o.ldb,
-                o.ldb, one<E>, o.c + from + j * o.ldc, o.ldc};
-    return {"N", trans, count, to - from, c_end - c, o.alpha, o.b + j + c * o.ldb, o.ldb, a, lda, one<E>,
-            o.c + j + from * o.ldc, o.ldc};
+        return product_of<E>({order, count, depth}, o.alpha, block, {"N", o.b + c + j * o.ldb, o.ldb}, one<E>,
+                             o.c + from + j * o.ldc, o.ldc);
+    return product_of<E>({count, order, depth}, o.alpha, {"N", o.b + j + c * o.ldb, o.ldb}, block, one<E>,
+                         o.c + j + from * o.ldc, o.ldc);
 }
 
 } // namespace symm

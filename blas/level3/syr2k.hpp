@@ -1,10 +1,9 @@
-// blas/level3/syr2k.hpp - one triangle of C := alpha A B' + alpha B A' + beta C or alpha A' B + alpha B' A + beta C (SYR2K);
-// with ' the conjugate transpose the second alpha is conjugated and beta real (HER2K).
+// blas/level3/syr2k.hpp - one triangle of C := alpha A B' + alpha B A' + beta C or alpha A' B + alpha B' A + beta C
+// (SYR2K); with ' the conjugate transpose the second alpha is conjugated and beta real (HER2K).
 //
-// The diagonal is walked in blocks of 128. W := alpha A_b B_b' goes to a scratch square, and C receives W + W', so that
-// the symmetric sum needs one product; the rectangle beside the block takes two. Allocates the square; without it
-// updates by plain loops.
-// Called by the host; published by Dongarra, Du Croz, Hammarling and Duff (1990).
+// The diagonal is walked in blocks of 128. W := alpha A_b B_b' goes to a scratch square, and C receives W + W', so
+// that the symmetric sum needs one product; the rectangle beside the block takes two. Allocates the square; without
+// it updates by plain loops. Called by the host; published by Dongarra, Du Croz, Hammarling and Duff (1990).
 #pragma once
 
 #include "blas/level3/triangle_of_c.hpp"
@@ -37,8 +36,9 @@ product<E> rectangle(const rank_2_update<E>& u, bool exchanged, vrn_int rows, vr
     const char* const prime = K == kind::hermitian ? "C" : "T";
     const E *x = exchanged ? u.b : u.a, *y = exchanged ? u.a : u.b;
     const vrn_int ldx = exchanged ? u.ldb : u.lda, ldy = exchanged ? u.lda : u.ldb;
-    return {u.normal ? "N" : prime, u.normal ? prime : "N", m, n, u.k, exchanged ? mirrored<K>(u.alpha) : u.alpha,
-            u.row(x, ldx, rows),    ldx,   u.row(y, ldy, columns), ldy, beta, c, ldc};
+    return product_of<E>({m, n, u.k}, exchanged ? mirrored<K>(u.alpha) : u.alpha,
+                         {u.normal ? "N" : prime, u.row(x, ldx, rows), ldx},
+                         {u.normal ? prime : "N", u.row(y, ldy, columns), ldy}, beta, c, ldc);
 }
 
 template <kind K, class E>

@@ -5,28 +5,17 @@
 
 using namespace vrn::blas::level3;
 
-namespace {
-
-template <class E>
-E widened(real_of<E> x)
-{
-    if constexpr (is_complex<E>) return {x, 0};
-    else return x;
-}
-template <class E>
-E widened(cplx<real_of<E>> x)
-{
-    return x;
-}
-
-} // namespace
-
-#define SYRK(name, E, F, K, body)                                                                                   \
+#define SYRK(name, E, F, K, body)                                                                                    \
     VRN_EXPORT void name(const char* uplo, const char* trans, const vrn_int* n, const vrn_int* k, const F* alpha,    \
                          const E* a, const vrn_int* lda, const F* beta, E* c, const vrn_int* ldc)                    \
     {                                                                                                                \
-        body<kind::K, E>({{is_letter(uplo, 'U'), *n, c, *ldc}, is_letter(trans, 'N'), *k, widened<E>(*alpha), a,     \
-                          *lda, widened<E>(*beta)});                                                                 \
+        body<kind::K, E>({{is_letter(uplo, 'U'), *n, c, *ldc},                                                       \
+                          is_letter(trans, 'N'),                                                                     \
+                          *k,                                                                                        \
+                          widened<E>(*alpha),                                                                        \
+                          a,                                                                                         \
+                          *lda,                                                                                      \
+                          widened<E>(*beta)});                                                                       \
     }
 SYRK(vrn_blas_s42_xssyrk, float, float, symmetric, rank_update_blocked)
 SYRK(vrn_blas_s42_xdsyrk, double, double, symmetric, rank_update_blocked)
@@ -42,7 +31,7 @@ SYRK(vrn_blas_s42_cherk_pst, cplx<float>, float, hermitian, rank_update_pst)
 SYRK(vrn_blas_s42_zherk_pst, cplx<double>, double, hermitian, rank_update_pst)
 
 // Order 4: n is not read.
-#define SYRK_4K(name, T)                                                                                            \
+#define SYRK_4K(name, T)                                                                                             \
     VRN_EXPORT void name(const char* uplo, const char* trans, const vrn_int*, const vrn_int* k, const T* alpha,      \
                          const T* a, const vrn_int* lda, const T* beta, T* c, const vrn_int* ldc)                    \
     {                                                                                                                \

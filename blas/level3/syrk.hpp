@@ -49,13 +49,13 @@ const char* letter(const rank_update<E>& u, bool mirrored)
     return K == kind::hermitian ? "C" : "T";
 }
 
-// C[rows, columns] += alpha op(A)[rows, :] op(A)[columns, :]'.
+// C[rows, columns] := alpha op(A)[rows, :] op(A)[columns, :]' + beta C.
 template <kind K, class E>
 product<E> rectangle(const rank_update<E>& u, vrn_int rows, vrn_int columns, vrn_int m, vrn_int n, E beta, E* c,
                      vrn_int ldc)
 {
-    return {letter<K>(u, false), letter<K>(u, true), m,    n,    u.k, u.alpha, u.row(rows), u.lda,
-            u.row(columns),      u.lda,              beta, c,    ldc};
+    return product_of<E>({m, n, u.k}, u.alpha, {letter<K>(u, false), u.row(rows), u.lda},
+                         {letter<K>(u, true), u.row(columns), u.lda}, beta, c, ldc);
 }
 
 // No buffers: dot products along the depth.
@@ -177,8 +177,7 @@ void split(const rank_update<E>& u)
 {
     const vrn_int n = u.t.n;
     if constexpr (!is_complex<E>)
-        if (n == 4)
-            return syrk_4k(u.t.upper, u.normal, u.k, u.alpha, u.a, u.lda, u.beta, u.t.c, u.t.ldc);
+        if (n == 4) return syrk_4k(u.t.upper, u.normal, u.k, u.alpha, u.a, u.lda, u.beta, u.t.c, u.t.ldc);
     if (u.normal && n <= small_order<E> && u.k <= small_depth && !(u.alpha == E{})) return small<K>(u);
     const int count = part_count(u.normal ? syrk_parts_n : syrk_parts_t, n);
     if (n < 4 * count) return block<K>(u);

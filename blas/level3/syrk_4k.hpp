@@ -1,7 +1,8 @@
-// blas/level3/syrk_4k.hpp - the rank update of order 4, real: C's triangle := alpha A A' + beta C or alpha A' A + beta C.
+// blas/level3/syrk_4k.hpp - the rank update of order 4, real: C's triangle := alpha A A' + beta C or alpha A' A +
+// beta C.
 //
-// The 4 by 4 product stands in registers, depths in pairs of sums that are added at the end. A as stored takes a column
-// a step; A transposed is turned four depths at a time first, so both meet the same numbers in the same order.
+// The 4 by 4 product stands in registers, depths in pairs of sums that are added at the end. A as stored takes a
+// column a step; A transposed is turned four depths at a time first, so both meet the same numbers in the same order.
 // No allocation. Called by SYRK and by the host.
 #pragma once
 
@@ -38,9 +39,8 @@ template <class T>
         if (kk < k) step(even, column(kk, 0));
     }
     alignas(16) T square[order][order];
-    unroll<order>([&](auto j) {
-        unroll<vs>([&](auto v) { (even[j][v] + odd[j][v]).store(square[j] + v * lanes); });
-    });
+    unroll<order>(
+        [&](auto j) { unroll<vs>([&](auto v) { (even[j][v] + odd[j][v]).store(square[j] + v * lanes); }); });
     for (int j = 0; j < order; ++j)
         for (int i = upper ? 0 : j; i < (upper ? j + 1 : order); ++i) {
             T& x = c[i + j * ldc];

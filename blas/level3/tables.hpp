@@ -67,7 +67,8 @@ constexpr int part_count(const parts& p, vrn_int n)
 // and transposed break even at different sizes.
 inline constexpr parts syrk_parts_n{{100, 399, 600, 2000}, 4}, syrk_parts_t{{99, 399, 899, 2048}, 4};
 // The finer cut inside a diagonal block.
-inline constexpr parts syrk_block_parts_n{{47, 100, 127, 168, 200}, 5}, syrk_block_parts_t{{47, 71, 127, 199, 247}, 5};
+inline constexpr parts syrk_block_parts_n{{47, 100, 127, 168, 200}, 5},
+    syrk_block_parts_t{{47, 71, 127, 199, 247}, 5};
 
 // Columns of a stripe of the _pst form and its scratch: 32 columns of 36 elements of the largest type.
 inline constexpr vrn_int pst_stripe = 32, pst_ld = 36, pst_bytes = 18432;
@@ -78,9 +79,9 @@ inline constexpr vrn_int syr2k_block = 128;
 
 // ---- the others ----
 
-inline constexpr vrn_int gemmt_leaf = 32;             // the order at which the recursion ends: 8 KiB of doubles
-inline constexpr vrn_int symm_block = 256;            // the mirrored diagonal block: 512 KiB of doubles
-inline constexpr vrn_int symm_slice = 5000;           // along the dimension that is not symmetric
+inline constexpr vrn_int gemmt_leaf = 32;   // the order at which the recursion ends: 8 KiB of doubles
+inline constexpr vrn_int symm_block = 256;  // the mirrored diagonal block: 512 KiB of doubles
+inline constexpr vrn_int symm_slice = 5000; // along the dimension that is not symmetric
 inline constexpr std::int32_t scratch_align = 128, symm_scratch_align = 64;
 
 } // namespace vrn::blas::level3

@@ -25,8 +25,8 @@ struct triangle {
     E* b;
     vrn_int ldb;
 
-    triangle(const char* side, const char* uplo, const char* transa, const char* diag, vrn_int m, vrn_int n,
-             E alpha_, const E* a_, vrn_int lda_, E* b_, vrn_int ldb_)
+    triangle(const char* side, const char* uplo, const char* transa, const char* diag, vrn_int m, vrn_int n, E alpha_,
+             const E* a_, vrn_int lda_, E* b_, vrn_int ldb_)
         : left(is_letter(side, 'L')), upper(is_letter(uplo, 'U')), unit(is_letter(diag, 'U')), trans(transa),
           order(left ? m : n), items(left ? n : m), alpha(alpha_), a(a_), lda(lda_), b(b_), ldb(ldb_)
     {
@@ -70,12 +70,13 @@ struct triangle {
     // Unknowns [r, r_end) += factor T[r.., c..] times unknowns [c, c_end), for `count` items from j on.
     product<E> coupling(vrn_int r, vrn_int r_end, vrn_int c, vrn_int c_end, vrn_int j, vrn_int count, E factor) const
     {
-        const E* t = block(r, r_end, c, c_end);
+        const operand<E> t{trans, block(r, r_end, c, c_end), lda};
+        const vrn_int rows = r_end - r, depth = c_end - c, from = first(c, c_end), to = first(r, r_end);
         if (left)
-            return {trans, "N", r_end - r, count, c_end - c, factor, t, lda, b + first(c, c_end) + j * ldb, ldb,
-                    one<E>, b + first(r, r_end) + j * ldb, ldb};
-        return {"N", trans, count, r_end - r, c_end - c, factor, b + j + first(c, c_end) * ldb, ldb, t, lda, one<E>,
-                b + j + first(r, r_end) * ldb, ldb};
+            return product_of<E>({rows, count, depth}, factor, t, {"N", b + from + j * ldb, ldb}, one<E>,
+                                 b + to + j * ldb, ldb);
+        return product_of<E>({count, rows, depth}, factor, {"N", b + j + from * ldb, ldb}, t, one<E>,
+                             b + j + to * ldb, ldb);
     }
 };
 
@@ -132,8 +133,11 @@ struct packed_triangle {
     void pack(const triangle<E>& t, vrn_int from, vrn_int to, E alpha, Diagonal&& diagonal)
     {
         const bool conjugated = t.conjugated(), scaled = !(alpha == one<E>);
-        if (!conjugated && !scaled) return pack_rows(t, from, to, [](E x) { return x; }, diagonal);
-        pack_rows(t, from, to, [=](E x) { return conjugated ? alpha * conjugate(x) : alpha * x; }, diagonal);
+        if (!conjugated && !scaled)
+            return pack_rows(
+                t, from, to, [](E x) { return x; }, diagonal);
+        pack_rows(
+            t, from, to, [=](E x) { return conjugated ? alpha * conjugate(x) : alpha * x; }, diagonal);
     }
 
   private:
@@ -188,7 +192,7 @@ template <class E, class Visit>
     for (const vrn_int end = j + items; j < end; j += panel_items<E>) {
         E* const b = t.unknown(from, j);
         const piecewise<E> rest{b, t.unknown_step(), t.item_step(), to - from, least(end - j, panel_items<E>)};
-        if (j + panel_items<E> > end) visit(rest);
+        if (j + panel_items < E >> end) visit(rest);
         else if (!t.left) visit(ending<E, along<E>>{{b, t.unknown_step()}, rest, groups});
         else if (t.reversed()) visit(ending<E, across<E, true>>{{b, t.ldb}, rest, groups});
         else visit(ending<E, across<E, false>>{{b, t.ldb}, rest, groups});

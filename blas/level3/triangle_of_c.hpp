@@ -71,7 +71,8 @@ void add_run(vrn_int n, const R* w, R* x)
 {
     using V = simd::vec<R>;
     vrn_int i = 0;
-    for (; i + V::lanes <= n; i += V::lanes) (Store ? V::loadu(w + i) : V::loadu(x + i) + V::loadu(w + i)).storeu(x + i);
+    for (; i + V::lanes <= n; i += V::lanes)
+        (Store ? V::loadu(w + i) : V::loadu(x + i) + V::loadu(w + i)).storeu(x + i);
     for (; i < n; ++i) x[i] = Store ? w[i] : x[i] + w[i];
 }
 

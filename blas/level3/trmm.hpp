@@ -59,8 +59,7 @@ template <bool Unit, class E, class Access>
         unroll<rows>([&](auto i) {
             unroll<vs>([&](auto v) {
                 const wide<E> own = x[g * rows + i][v];
-                if constexpr (Unit)
-                    unroll<wide<E>::parts>([&](auto p) { y[i][v].v[p] = y[i][v].v[p] + own.v[p]; });
+                if constexpr (Unit) unroll<wide<E>::parts>([&](auto p) { y[i][v].v[p] = y[i][v].v[p] + own.v[p]; });
                 else add_product(y[i][v], a[i * rows + i], own);
                 unroll<rows>([&](auto r) {
                     if constexpr (r > i) add_product(y[r][v], a[i * rows + r], own);

@@ -77,9 +77,8 @@ void block(const triangle<E>& t, vrn_int from, vrn_int to, vrn_int j, vrn_int co
     if (whole > from) {
         packed_triangle<E> packed;
         const bool conjugated = t.conjugated(), unit = t.unit;
-        packed.pack(t, from, whole, one<E>, [=](const E* d) {
-            return unit ? one<E> : divided(one<E>, conjugated ? conjugate(*d) : *d);
-        });
+        packed.pack(t, from, whole, one<E>,
+                    [=](const E* d) { return unit ? one<E> : divided(one<E>, conjugated ? conjugate(*d) : *d); });
         const int groups = static_cast<int>(whole - from) / group_rows;
         for_each_panel(t, from, whole, j, count, [&](const auto& panel) {
             if (unit) solve<true>(groups, packed, panel);

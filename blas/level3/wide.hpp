@@ -101,7 +101,7 @@ inline void join(vec<float>& a, vec<float>& b)
 template <class E>
 inline constexpr int vectors = 2 / parts_of<E>;
 template <class E>
-inline constexpr int panel_items = vectors<E> * wide<E>::items;
+inline constexpr int panel_items = vectors<E>* wide<E>::items;
 template <class E>
 using group = wide<E>[group_rows][vectors<E>];
 
@@ -218,9 +218,8 @@ struct piecewise {
     {
         alignas(16) R x[group_rows * panel_items<E> * parts];
         unroll<group_rows>([&](auto u) {
-            unroll<vectors<E>>([&](auto v) {
-                unroll<parts>([&](auto i) { t[u][v].v[i].store(x + place(u, v * lanes, i)); });
-            });
+            unroll<vectors<E>>(
+                [&](auto v) { unroll<parts>([&](auto i) { t[u][v].v[i].store(x + place(u, v * lanes, i)); }); });
         });
         each(g, [&](int u, int i, R* to) {
             for (int part = 0; part < parts; ++part) to[part] = x[place(u, i, part)];

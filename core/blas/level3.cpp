@@ -1,7 +1,8 @@
 // core/blas/level3.cpp - triangular and symmetric level 3 over threads.
 //
 //     trsm trmm symm hemm                  columns (left) or rows (right) of B and C, which do not know each other
-//     syrk herk syr2k her2k gemmt          strips of C's triangle: its squares on the diagonal by the same kernel, the
+//     syrk herk syr2k her2k gemmt          strips of C's triangle: its squares on the diagonal by the same kernel,
+//     the
 //                                          rectangle beside each by the matrix product
 //
 // Each element comes out with the bits that one thread gives: pieces are cut where the kernels may be cut (their sums
@@ -100,8 +101,8 @@ struct names<vrn_complex16> {
     VRN_HERMITIAN_NAMES(z)
 };
 
-// Pieces below this many rows or columns could fall under a bound of the kernels' paths without buffers (48 and less),
-// and would pack too much for what they multiply.
+// Pieces below this many rows or columns could fall under a bound of the kernels' paths without buffers (48 and
+// less), and would pack too much for what they multiply.
 constexpr vrn_int least_piece = 64;
 // Sums this shallow take the path without buffers off the diagonal and not on it.
 constexpr vrn_int least_depth = 4;
@@ -158,8 +159,8 @@ const T* row(bool normal, const T* x, vrn_int ldx, vrn_int i)
 }
 
 template <class T>
-void triangular(loader::slot<triangular_kernel<T>>& kernel, P side, P uplo, P transa, P diag, I m, I n, const T* alpha,
-                const T* a, I lda, T* b, I ldb)
+void triangular(loader::slot<triangular_kernel<T>>& kernel, P side, P uplo, P transa, P diag, I m, I n,
+                const T* alpha, const T* a, I lda, T* b, I ldb)
 {
     const bool left = is_letter(side, 'L');
     const vrn_int order = left ? *m : *n, items = left ? *n : *m;
@@ -331,12 +332,14 @@ void herk(P uplo, P trans, I n, I k, const R* alpha, const T* a, I lda, const R*
     rank_update(names<T>::herk, "C", uplo, trans, n, k, alpha, a, lda, beta, c, ldc);
 }
 template <class T>
-void syr2k(P uplo, P trans, I n, I k, const T* alpha, const T* a, I lda, const T* b, I ldb, const T* beta, T* c, I ldc)
+void syr2k(P uplo, P trans, I n, I k, const T* alpha, const T* a, I lda, const T* b, I ldb, const T* beta, T* c,
+           I ldc)
 {
     rank_2_update(names<T>::syr2k, "T", uplo, trans, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
 }
 template <class T, class R>
-void her2k(P uplo, P trans, I n, I k, const T* alpha, const T* a, I lda, const T* b, I ldb, const R* beta, T* c, I ldc)
+void her2k(P uplo, P trans, I n, I k, const T* alpha, const T* a, I lda, const T* b, I ldb, const R* beta, T* c,
+           I ldc)
 {
     rank_2_update(names<T>::her2k, "C", uplo, trans, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
 }

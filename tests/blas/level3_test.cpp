@@ -16,7 +16,8 @@ using vrn::oracle::filling;
 namespace {
 
 template <class T>
-struct Level3 : Gemm<> {};
+struct Level3 : Gemm<> {
+};
 TYPED_TEST_SUITE(Level3, AllTypes);
 
 template <class T>
@@ -149,8 +150,8 @@ testing::AssertionResult one_triangle(const matrix<T>& c, bool upper, bool hermi
             if (std::imag(c(i, j)) != 0) return HUGE_VAL;
             old = std::real(old);
         }
-        return vrn::oracle::gemm<T>(depth, alpha, [&](vrn_int k) { return x(i, k); },
-                                    [&](vrn_int k) { return y(k, j); }, beta, old)
+        return vrn::oracle::gemm<T>(
+                   depth, alpha, [&](vrn_int k) { return x(i, k); }, [&](vrn_int k) { return y(k, j); }, beta, old)
             .units(c(i, j));
     });
 }
@@ -172,7 +173,8 @@ matrix<T> updated(vrn_int n, bool upper, bool hermitian, double beta)
 template <class T>
 testing::AssertionResult rank_update(const std::string& routine, const options& o)
 {
-    const bool two = routine.find('2') != std::string::npos, hermitian = routine[0] == 'h', upper = o.letters[0] == 'U';
+    const bool two = routine.find('2') != std::string::npos, hermitian = routine[0] == 'h',
+               upper = o.letters[0] == 'U';
     const bool normal = o.letters[1] == 'N';
     const vrn_int n = o.n, k = o.k;
     const T beta(o.beta);
@@ -183,13 +185,14 @@ testing::AssertionResult rank_update(const std::string& routine, const options& 
     const matrix<T> b = normal ? general<T>(n, k, 2) : general<T>(k, n, 2);
     if (o.alpha == 0) a.fill_nan(), b.fill_nan();
     const matrix<T> c = updated<T>(n, upper, hermitian, o.beta);
-    const char *l = o.letters.c_str();
+    const char* l = o.letters.c_str();
     const real<T> real_alpha(o.alpha), real_beta(o.beta);
     if (!two && hermitian)
         call<T>(routine, l, l + 1, &n, &k, &real_alpha, a.data(), &a.ld(), &real_beta, c.data(), &c.ld());
     else if (!two) call<T>(routine, l, l + 1, &n, &k, &alpha, a.data(), &a.ld(), &beta, c.data(), &c.ld());
     else if (hermitian)
-        call<T>(routine, l, l + 1, &n, &k, &alpha, a.data(), &a.ld(), b.data(), &b.ld(), &real_beta, c.data(), &c.ld());
+        call<T>(routine, l, l + 1, &n, &k, &alpha, a.data(), &a.ld(), b.data(), &b.ld(), &real_beta, c.data(),
+                &c.ld());
     else call<T>(routine, l, l + 1, &n, &k, &alpha, a.data(), &a.ld(), b.data(), &b.ld(), &beta, c.data(), &c.ld());
 
     // Nothing to do: C is not touched, a diagonal that is not real included.
@@ -208,7 +211,9 @@ testing::AssertionResult rank_update(const std::string& routine, const options& 
         if (kk < k) return op(a, i, kk);
         return op(b, i, kk - k) * turned;
     };
-    const auto y = [&](vrn_int kk, vrn_int j) -> T { return mirror(op(two == (kk < k) ? b : a, j, kk < k ? kk : kk - k)); };
+    const auto y = [&](vrn_int kk, vrn_int j) -> T {
+        return mirror(op(two == (kk < k) ? b : a, j, kk < k ? kk : kk - k));
+    };
     return one_triangle<T>(c, upper, hermitian, two ? 2 * k : k, alpha, x, y, beta) << routine << ' ' << o;
 }
 
@@ -223,7 +228,8 @@ testing::AssertionResult gemmt(const std::string& routine, const options& o)
     const matrix<T> b = l[2] == 'N' ? general<T>(o.k, o.n, 2) : general<T>(o.n, o.k, 2);
     if (o.alpha == 0) a.fill_nan(), b.fill_nan();
     const matrix<T> c = updated<T>(o.n, upper, false, o.beta);
-    call<T>(routine, l, l + 1, l + 2, &o.n, &o.k, &alpha, a.data(), &a.ld(), b.data(), &b.ld(), &beta, c.data(), &c.ld());
+    call<T>(routine, l, l + 1, l + 2, &o.n, &o.k, &alpha, a.data(), &a.ld(), b.data(), &b.ld(), &beta, c.data(),
+            &c.ld());
     const auto x = [&](vrn_int i, vrn_int k) { return vrn::oracle::op<T>(l[1], a, i, k); };
     const auto y = [&](vrn_int k, vrn_int j) { return vrn::oracle::op<T>(l[2], b, k, j); };
     return one_triangle<T>(c, upper, false, o.k, alpha, x, y, beta) << routine << ' ' << o;
@@ -245,12 +251,14 @@ testing::AssertionResult symmetric(const std::string& routine, const options& o)
     digest(c);
     if (!c.intact()) return testing::AssertionFailure() << "written outside: " << o;
     const auto whole = [&](vrn_int i, vrn_int j) { return vrn::oracle::element_of<T>(f, upper, a, i, j); };
-    return sampled(o.m, o.n, o.m * o.n * order, allowed<T>, [&](vrn_int i, vrn_int j) {
-               return vrn::oracle::gemm<T>(
-                          order, alpha, [&](vrn_int k) { return left ? whole(i, k) : b(i, k); },
-                          [&](vrn_int k) { return left ? b(k, j) : whole(k, j); }, beta, value<T>(i, j, 3))
-                   .units(c(i, j));
-           }) << routine << ' ' << o;
+    return sampled(o.m, o.n, o.m * o.n * order, allowed<T>,
+                   [&](vrn_int i, vrn_int j) {
+                       return vrn::oracle::gemm<T>(
+                                  order, alpha, [&](vrn_int k) { return left ? whole(i, k) : b(i, k); },
+                                  [&](vrn_int k) { return left ? b(k, j) : whole(k, j); }, beta, value<T>(i, j, 3))
+                           .units(c(i, j));
+                   })
+           << routine << ' ' << o;
 }
 
 // ---- what is run: routines, their letters, their sizes ----
@@ -294,19 +302,44 @@ void combinations(const std::vector<std::string>& letters, const std::function<v
 }
 
 constexpr shape orders[] = {
-    {0, 0, 0, "nothing"}, {0, 1, 1, "one number"}, {0, 3, 2, "below a group"}, {0, 4, 5, "the unrolled order"},
-    {0, 5, 0, "no depth"}, {0, 9, 7, "past a tile"}, {0, 31, 9, "below the leaf"}, {0, 32, 33, "the leaf and stripe"},
-    {0, 33, 4, "just past them"}, {0, 47, 12, "one part"}, {0, 100, 20, "one part, or two transposed"},
-    {0, 101, 3, "two parts"}, {0, 129, 257, "past a block of 128, two depths"}, {0, 401, 6, "three parts"},
+    {0, 0, 0, "nothing"},
+    {0, 1, 1, "one number"},
+    {0, 3, 2, "below a group"},
+    {0, 4, 5, "the unrolled order"},
+    {0, 5, 0, "no depth"},
+    {0, 9, 7, "past a tile"},
+    {0, 31, 9, "below the leaf"},
+    {0, 32, 33, "the leaf and stripe"},
+    {0, 33, 4, "just past them"},
+    {0, 47, 12, "one part"},
+    {0, 100, 20, "one part, or two transposed"},
+    {0, 101, 3, "two parts"},
+    {0, 129, 257, "past a block of 128, two depths"},
+    {0, 401, 6, "three parts"},
     {0, 605, 4, "four parts"},
 };
 constexpr shape rectangles[] = {
-    {0, 5, 0, "no rows"}, {5, 0, 0, "no columns"}, {1, 1, 0, "one number"}, {3, 2, 0, "below a group"},
-    {4, 4, 0, "a group"}, {8, 8, 0, "no buffers"}, {9, 9, 0, "buffers"}, {7, 13, 0, "rests"}, {13, 7, 0, "rests"},
-    {16, 33, 0, "past the smallest right block"}, {31, 20, 0, "below a block"}, {32, 17, 0, "a block"},
-    {35, 35, 0, "past it, rests of three"}, {65, 66, 0, "past 64"}, {128, 9, 0, "the first level"},
-    {9, 128, 0, "the same, right"}, {131, 130, 0, "past it"}, {257, 5, 0, "past 256"}, {5, 258, 0, "right"},
-    {6, 1003, 0, "past a slice"}, {643, 6, 0, "past a slice, right"},
+    {0, 5, 0, "no rows"},
+    {5, 0, 0, "no columns"},
+    {1, 1, 0, "one number"},
+    {3, 2, 0, "below a group"},
+    {4, 4, 0, "a group"},
+    {8, 8, 0, "no buffers"},
+    {9, 9, 0, "buffers"},
+    {7, 13, 0, "rests"},
+    {13, 7, 0, "rests"},
+    {16, 33, 0, "past the smallest right block"},
+    {31, 20, 0, "below a block"},
+    {32, 17, 0, "a block"},
+    {35, 35, 0, "past it, rests of three"},
+    {65, 66, 0, "past 64"},
+    {128, 9, 0, "the first level"},
+    {9, 128, 0, "the same, right"},
+    {131, 130, 0, "past it"},
+    {257, 5, 0, "past 256"},
+    {5, 258, 0, "right"},
+    {6, 1003, 0, "past a slice"},
+    {643, 6, 0, "past a slice, right"},
 };
 struct factors {
     double alpha, beta;
@@ -367,7 +400,8 @@ TYPED_TEST(Level3, SameBitsOnAnyNumberOfThreads)
         if (std::string(r.name) == "ptrmm" || std::string(r.name).ends_with("_pst")) continue;
         combinations(r.letters, [&](const std::string& letters) {
             if (r.letters.size() > 2 && letters.back() != r.letters.back().back()) return;
-            for (const options& o : {options{letters, 150, 203, 40, -0.5, 0}, {letters, 203, 150, 40, 1, 0.75},
+            for (const options& o : {options{letters, 150, 203, 40, -0.5, 0},
+                                     {letters, 203, 150, 40, 1, 0.75},
                                      {letters, 90, 421, 13, 1, 1}}) {
                 vrn_set_num_threads(1);
                 EXPECT_TRUE(r.run(r.name, o));
@@ -402,8 +436,8 @@ TYPED_TEST(Level3, SubnormalDiagonal)
             b.fill([&](vrn_int i, vrn_int j) { return (left ? i : j) == at ? T(3 * tiny) : T(6); });
             const T one(1);
             const vrn_int rows = b.rows(), columns = b.columns();
-            call<T>("trsm", letters, letters + 1, letters + 2, letters + 3, &rows, &columns, &one, a.data(),
-                    &a.ld(), b.data(), &b.ld());
+            call<T>("trsm", letters, letters + 1, letters + 2, letters + 3, &rows, &columns, &one, a.data(), &a.ld(),
+                    b.data(), &b.ld());
             EXPECT_TRUE(b.all([](vrn_int, vrn_int, T x) { return x == T(3); })) << letters << ' ' << at;
         }
 }
@@ -422,9 +456,12 @@ TYPED_TEST(Level3, AllocatesAndWarnsAsTold)
     const std::string upper(1, static_cast<char>(letter<T> - 'a' + 'A'));
     const bool z = letter<T> == 'z';
     std::vector<expected> all = {
-        {"trsm", "LLNN", 3, 3, 0, true, upper + "TRSM"}, {"trmm", "LLNN", 8, 50, 0, false, ""},
-        {"trmm", "LLNN", 9, 5, 0, true, ""},             {"trmm", "RLNN", 50, 8, 0, false, ""},
-        {"symm", "LL", 5, 5, 0, true, upper + "SYMM"},   {"syr2k", "LN", 0, 5, 5, true, upper + "SYR2K"},
+        {"trsm", "LLNN", 3, 3, 0, true, upper + "TRSM"},
+        {"trmm", "LLNN", 8, 50, 0, false, ""},
+        {"trmm", "LLNN", 9, 5, 0, true, ""},
+        {"trmm", "RLNN", 50, 8, 0, false, ""},
+        {"symm", "LL", 5, 5, 0, true, upper + "SYMM"},
+        {"syr2k", "LN", 0, 5, 5, true, upper + "SYR2K"},
         {"syrk_pst", "LN", 0, 5, 5, true, z ? "" : upper + "SYRK"},
     };
     if constexpr (complex_type<T>) {

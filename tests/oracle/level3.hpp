@@ -36,8 +36,8 @@ T op(char letter, X&& x, std::int64_t i, std::int64_t j)
     return l == 'C' ? conjugate(T(x(j, i))) : T(x(j, i));
 }
 
-// How far x is from solving sum over k of t(k) x(k) = alpha b: backward, in units of the bound for substitution in any
-// order (Higham 2002, theorem 8.5), one rounding more for alpha and one for the reciprocal.
+// How far x is from solving sum over k of t(k) x(k) = alpha b: backward, in units of the bound for substitution in
+// any order (Higham 2002, theorem 8.5), one rounding more for alpha and one for the reciprocal.
 template <class T, class M, class X>
 double residual_units(std::int64_t n, M&& t, X&& x, T alpha, T b)
 {
