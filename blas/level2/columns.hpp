@@ -111,7 +111,9 @@ struct dots {
     {
         acc[Slot % sums][C] = acc[Slot % sums][C] + a * x.all;
     }
-    // w_c += alpha dot_c. Neighbouring lanes are added first, then, in single precision, the pairs.
+    // w_c += alpha dot_c, or without what is there. Neighbouring lanes are added first, then, in single precision,
+    // the pairs.
+    template <bool Fresh = false>
     [[gnu::always_inline]] void add_to(E* w, E alpha)
     {
         constexpr int per = V::lanes;
@@ -127,7 +129,8 @@ struct dots {
             V s = add_pairs(column(count_of<0>{}), column(count_of<1>{}));
             if constexpr (per == 4) s = add_pairs(s, add_pairs(column(count_of<2>{}), column(count_of<3>{})));
             using L = lanes<E>;
-            L::template store<count>(w + first, L::template load<count>(w + first) + f * s);
+            const V old = Fresh ? V::zero() : L::template load<count>(w + first);
+            L::template store<count>(w + first, Fresh ? f * s : old + f * s);
         });
     }
 };
@@ -150,6 +153,7 @@ struct dots<cplx<R>, Columns, Conj> {
         re[s][C] = re[s][C] + a * x.re;
         im[s][C] = im[s][C] + a * x.im;
     }
+    template <bool Fresh = false>
     [[gnu::always_inline]] void add_to(cplx<R>* w, cplx<R> alpha)
     {
         using L = lanes<cplx<R>>;
@@ -159,7 +163,7 @@ struct dots<cplx<R>, Columns, Conj> {
             if constexpr (sums == 2) r = r + re[1][c], i = i + im[1][c];
             V s = Conj ? conj_parts(r) + swap_parts(i) : add_sub(r, swap_parts(i));
             if constexpr (L::full == 2) s = s + upper_half(s);
-            L::template store<1>(w + c, L::template load<1>(w + c) + f(s));
+            L::template store<1>(w + c, Fresh ? f(s) : L::template load<1>(w + c) + f(s));
         });
     }
 };
@@ -224,8 +228,8 @@ template <int Columns, bool Conj, bool Aligned, class E>
     dot.add_to(w, alpha);
 }
 
-// y += A t and w += alpha op(A) x.
-template <int Columns, bool Conj, class E>
+// y += A t and w += alpha op(A) x, or w := alpha op(A) x.
+template <int Columns, bool Conj, bool Fresh, class E>
 [[gnu::always_inline]] inline void cross_columns(rows_of rows, const E* a, vrn_int lda, const E* t, E* y, const E* x,
                                                  E alpha, E* w)
 {
@@ -248,7 +252,7 @@ template <int Columns, bool Conj, class E>
             });
             L::template store<count>(y + i, sum.joined());
         });
-    dot.add_to(w, alpha);
+    dot.template add_to<Fresh>(w, alpha);
 }
 
 // y += alpha A x and w += alpha op(A) z for a block of A, op the transpose, conjugated where the type has a
@@ -261,7 +265,8 @@ template <int Widest, class E>
         n, [&](vrn_int j, auto columns) __attribute__((always_inline)) {
             E t[columns];
             for (int c = 0; c < columns; ++c) t[c] = alpha * x[j + c];
-            cross_columns<columns, simd::element<E>::parts == 2>({0, m}, a + j * lda, lda, t, y, z, alpha, w + j);
+            cross_columns<columns, simd::element<E>::parts == 2, false>({0, m}, a + j * lda, lda, t, y, z, alpha,
+                                                                        w + j);
         });
 }
 

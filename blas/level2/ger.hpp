@@ -6,53 +6,13 @@
 // neither blocks nor alignment show in the result. Nothing is allocated.
 #pragma once
 
-#include "blas/level2/lanes.hpp"
 #include "blas/level2/staging.hpp"
+#include "blas/level2/update.hpp"
 
 namespace vrn::blas {
 
 inline constexpr vrn_int ger_rows = 512;
 inline constexpr int ger_columns = 4;
-
-// t times vectors whose swapped form several columns share.
-template <class E>
-struct scaled_by {
-    vec<E> all;
-    scaled_by() = default;
-    explicit scaled_by(E t) : all(vec<E>::all(t)) {}
-    vec<E> operator()(vec<E> x, vec<E>) const { return all * x; }
-};
-template <class R>
-struct scaled_by<cplx<R>> {
-    vec<R> re, im; // (a, a) and (-b, b) for a + ib
-    scaled_by() = default;
-    explicit scaled_by(cplx<R> t) : re(vec<R>::all(t.re)), im(vec<R>::pair(-t.im, t.im)) {}
-    vec<R> operator()(vec<R> x, vec<R> swapped) const { return re * x + im * swapped; }
-};
-
-// Columns += x t.
-template <int Columns, bool Aligned, class E>
-[[gnu::always_inline]] inline void update_columns(vrn_int rows, const E* x, const E* t, E* a, vrn_int lda)
-{
-    using L = lanes<E>;
-    scaled_by<E> f[Columns];
-    E* at[Columns];
-    unroll<Columns>([&](auto c) __attribute__((always_inline)) {
-        f[c] = scaled_by<E>(t[c]);
-        at[c] = a + c * lda;
-    });
-    sweep_rows<E, 4>(
-        {0, rows}, [&](vrn_int i, auto count, auto slot) __attribute__((always_inline)) {
-            const auto v = L::template load<count>(x + i);
-            auto swapped = v;
-            if constexpr (L::parts == 2) swapped = swap_parts(v);
-            unroll<Columns>([&](auto c) __attribute__((always_inline)) {
-                E* p = at[c] + i;
-                if constexpr (slot == 0) ask_for(p + Columns * lda); // the next group's
-                L::template store<count, Aligned>(p, L::template load<count, Aligned>(p) + f[c](v, swapped));
-            });
-        });
-}
 
 template <bool Conj, bool Aligned, class E>
 [[gnu::noinline, gnu::flatten]] void ger_block(vrn_int rows, vrn_int n, E alpha, const E* x, const E* y, vrn_int incy,
@@ -66,7 +26,8 @@ template <bool Conj, bool Aligned, class E>
                 if constexpr (Conj) t[c] = alpha * conj(yj);
                 else t[c] = alpha * yj;
             }
-            update_columns<columns, Aligned>(rows, x, t, a + j * lda, lda);
+            update_columns<columns, false, Aligned>({0, rows}, stream<true, E>{x, 1}, t, stream<true, E>{x, 1}, t,
+                                                    a + j * lda, lda);
         });
 }
 

@@ -23,6 +23,10 @@ template <int Most, class Body>
     }
 }
 
+// The lowest lane alone; the others zero.
+inline vec<double> lowest(vec<double> v) { return {_mm_move_sd(_mm_setzero_pd(), v.v)}; }
+inline vec<float> lowest(vec<float> v) { return {_mm_move_ss(_mm_setzero_ps(), v.v)}; }
+
 template <class E>
 struct lanes {
     using R = real_of<E>;

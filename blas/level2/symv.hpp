@@ -22,7 +22,7 @@ namespace vrn::blas {
 
 // Two pairs; of complex numbers one, whose factors and sums in two parts fill the registers.
 template <class E>
-inline constexpr int symv_group = simd::element<E>::parts == 1 ? 4 : 2;
+inline constexpr int symv_group = 4;
 
 // The conjugate where the type has one.
 template <class E>
@@ -48,20 +48,26 @@ template <bool Peel, class E>
     column_groups<symv_group<E>>(
         end - first, [&](vrn_int g, auto columns) __attribute__((always_inline)) {
             const vrn_int j = first + g;
-            E t[columns];
-            for (int c = 0; c < columns; ++c) t[c] = alpha * x[j + c];
-            for (int c = 0; c < columns; ++c) {
-                const E* column = a + j + (j + c) * lda;
-                y[j + c] = y[j + c] + t[c] * on_diagonal(column[c]);
-                for (int r = lower ? c + 1 : 0; r < (lower ? columns : c); ++r) {
-                    y[j + r] = y[j + r] + t[c] * column[r];
-                    y[j + c] = y[j + c] + t[r] * mirrored(column[r]);
-                }
-            }
             const vrn_int from = lower ? j + columns : 0, to = lower ? n : j;
             vrn_int peel = 0;
             if constexpr (Peel) peel = peel_count(y + from, to - from);
-            cross_columns<columns, hermitian>({from, to, peel}, a + j * lda, lda, t, y, x, alpha, y + j);
+            E t[columns], sum[columns];
+            for (int c = 0; c < columns; ++c) t[c] = alpha * x[j + c];
+            cross_columns<columns, hermitian, true>({from, to, peel}, a + j * lda, lda, t, y, x, alpha, sum);
+            // The square last, in registers: a vector of y loaded right behind its elements would wait for their
+            // stores.
+            const E* const square = a + j + j * lda;
+            unroll<columns>([&](auto c) __attribute__((always_inline)) {
+                sum[c] = sum[c] + t[c] * on_diagonal(square[c + c * lda]);
+            });
+            unroll<columns>([&](auto c) __attribute__((always_inline)) {
+                unroll<c>([&](auto r) __attribute__((always_inline)) {
+                    const E e = lower ? square[c + r * lda] : mirrored(square[r + c * lda]); // row c, column r
+                    sum[c] = sum[c] + t[r] * e;
+                    sum[r] = sum[r] + t[c] * mirrored(e);
+                });
+            });
+            unroll<columns>([&](auto c) __attribute__((always_inline)) { y[j + c] = y[j + c] + sum[c]; });
         });
 }
 
