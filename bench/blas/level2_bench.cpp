@@ -53,12 +53,24 @@ void run(kind k, const operands& o, void* f, long calls)
 {
     const with<I> w{o};
     while (calls-- > 0) switch (k) {
-        case kind::gemv: w.gemv(f); break;
-        case kind::symv: w.symv(f); break;
-        case kind::ger: w.ger(f); break;
-        case kind::syr: w.syr(f); break;
-        case kind::syr2: w.syr2(f); break;
-        case kind::trmv: w.trmv(f); break;
+        case kind::gemv:
+            w.gemv(f);
+            break;
+        case kind::symv:
+            w.symv(f);
+            break;
+        case kind::ger:
+            w.ger(f);
+            break;
+        case kind::syr:
+            w.syr(f);
+            break;
+        case kind::syr2:
+            w.syr2(f);
+            break;
+        case kind::trmv:
+            w.trmv(f);
+            break;
         }
 }
 
@@ -71,8 +83,6 @@ struct routine {
 void* ours(const std::string& name)
 {
     void* f = dlsym(RTLD_DEFAULT, ("vrn_blas_" + name).c_str());
-    static void* lib = dlopen("libvrn_s42.so", RTLD_NOW);
-    if (!getenv("PUB")) { f = dlsym(lib, ("vrn_blas_s42_x" + name).c_str()); if (!f) f = dlsym(lib, ("vrn_blas_s42_" + name).c_str()); }
     if (f == nullptr) {
         std::fprintf(stderr, "bench: no vrn_blas_%s\n", name.c_str());
         std::exit(1);
@@ -98,7 +108,8 @@ void row(benchmark::State& state, const routine& r, std::string letters, int64_t
             a[(j + j * static_cast<std::size_t>(n)) * static_cast<std::size_t>(parts)] = 1;
     }
     operands o{};
-    const char first[] = {letters.size() > 0 ? letters[0] : 'N', 0}, second[] = {letters.size() > 1 ? letters[1] : 'N', 0};
+    const char first[] = {letters.size() > 0 ? letters[0] : 'N', 0},
+               second[] = {letters.size() > 1 ? letters[1] : 'N', 0};
     o.first = first, o.second = second, o.third = "N";
     o.n = n, o.alpha = rank ? small : alpha, o.beta = beta;
     o.a = a.data(), o.x = x.data(), o.y = y.data(), o.updated = rank ? a.data() : x.data();
@@ -117,21 +128,36 @@ void row(benchmark::State& state, const routine& r, std::string letters, int64_t
 }
 
 const routine table[] = {
-    {"dgemv", kind::gemv, {"N", "T"}},      {"sgemv", kind::gemv, {"N", "T"}},
-    {"zgemv", kind::gemv, {"N", "T", "C"}}, {"cgemv", kind::gemv, {"N", "T", "C"}},
-    {"dger", kind::ger, {""}},              {"sger", kind::ger, {""}},
-    {"zgeru", kind::ger, {""}},             {"cgeru", kind::ger, {""}},
-    {"zgerc", kind::ger, {""}},             {"cgerc", kind::ger, {""}},
-    {"dsymv", kind::symv, {"L", "U"}},      {"ssymv", kind::symv, {"L", "U"}},
-    {"zhemv", kind::symv, {"L", "U"}},      {"chemv", kind::symv, {"L", "U"}},
-    {"dsyr", kind::syr, {"L", "U"}},        {"ssyr", kind::syr, {"L", "U"}},
-    {"zher", kind::syr, {"L", "U"}},        {"cher", kind::syr, {"L", "U"}},
-    {"dsyr2", kind::syr2, {"L", "U"}},      {"ssyr2", kind::syr2, {"L", "U"}},
-    {"zher2", kind::syr2, {"L", "U"}},      {"cher2", kind::syr2, {"L", "U"}},
-    {"dtrmv", kind::trmv, {"LN", "UN", "LT", "UT"}}, {"strmv", kind::trmv, {"LN", "UN", "LT", "UT"}},
-    {"ztrmv", kind::trmv, {"LN", "UN", "LT", "UT"}}, {"ctrmv", kind::trmv, {"LN", "UN", "LT", "UT"}},
-    {"dtrsv", kind::trmv, {"LN", "UN", "LT", "UT"}}, {"strsv", kind::trmv, {"LN", "UN", "LT", "UT"}},
-    {"ztrsv", kind::trmv, {"LN", "UN", "LT", "UT"}}, {"ctrsv", kind::trmv, {"LN", "UN", "LT", "UT"}},
+    {"dgemv", kind::gemv, {"N", "T"}},
+    {"sgemv", kind::gemv, {"N", "T"}},
+    {"zgemv", kind::gemv, {"N", "T", "C"}},
+    {"cgemv", kind::gemv, {"N", "T", "C"}},
+    {"dger", kind::ger, {""}},
+    {"sger", kind::ger, {""}},
+    {"zgeru", kind::ger, {""}},
+    {"cgeru", kind::ger, {""}},
+    {"zgerc", kind::ger, {""}},
+    {"cgerc", kind::ger, {""}},
+    {"dsymv", kind::symv, {"L", "U"}},
+    {"ssymv", kind::symv, {"L", "U"}},
+    {"zhemv", kind::symv, {"L", "U"}},
+    {"chemv", kind::symv, {"L", "U"}},
+    {"dsyr", kind::syr, {"L", "U"}},
+    {"ssyr", kind::syr, {"L", "U"}},
+    {"zher", kind::syr, {"L", "U"}},
+    {"cher", kind::syr, {"L", "U"}},
+    {"dsyr2", kind::syr2, {"L", "U"}},
+    {"ssyr2", kind::syr2, {"L", "U"}},
+    {"zher2", kind::syr2, {"L", "U"}},
+    {"cher2", kind::syr2, {"L", "U"}},
+    {"dtrmv", kind::trmv, {"LN", "UN", "LT", "UT"}},
+    {"strmv", kind::trmv, {"LN", "UN", "LT", "UT"}},
+    {"ztrmv", kind::trmv, {"LN", "UN", "LT", "UT"}},
+    {"ctrmv", kind::trmv, {"LN", "UN", "LT", "UT"}},
+    {"dtrsv", kind::trmv, {"LN", "UN", "LT", "UT"}},
+    {"strsv", kind::trmv, {"LN", "UN", "LT", "UT"}},
+    {"ztrsv", kind::trmv, {"LN", "UN", "LT", "UT"}},
+    {"ctrsv", kind::trmv, {"LN", "UN", "LT", "UT"}},
 };
 
 } // namespace
@@ -142,7 +168,8 @@ int main(int argc, char** argv)
     for (const routine& r : table)
         for (const char* letters : r.letters)
             for (const int64_t n : {50, 200, 1000, 4000}) {
-                const bool complex = r.name[0] == 'c' || r.name[0] == 'z', single = r.name[0] == 'c' || r.name[0] == 's';
+                const bool complex = r.name[0] == 'c' || r.name[0] == 'z',
+                           single = r.name[0] == 'c' || r.name[0] == 's';
                 const std::string title =
                     r.name + std::string("/") + (*letters ? letters + std::string("/") : "") + std::to_string(n);
                 benchmark::RegisterBenchmark(title.c_str(),

@@ -66,8 +66,8 @@ template <int W, class E>
     else v.store1(r);
 }
 
-// t0 a0 + t1 a1 + ... For complex numbers the products with the real and with the imaginary parts of the t are summed
-// apart, so that the parts change places once for all columns together.
+// y + t0 a0 + t1 a1 + ..., added in that order. For complex numbers the products with the imaginary parts of the t
+// are summed apart, so that the parts change places once for all columns together.
 template <class E>
 struct combination {
     struct multiplier {
@@ -76,7 +76,7 @@ struct combination {
         explicit multiplier(E a) : t(vec<E>::all(a)) {}
     };
     vec<E> sum;
-    combination(multiplier m, vec<E> a) : sum(m.t * a) {}
+    explicit combination(vec<E> y) : sum(y) {}
     void add(multiplier m, vec<E> a) { sum = sum + m.t * a; }
     vec<E> value() const { return sum; }
 };
@@ -88,8 +88,8 @@ struct combination<cplx<R>> {
         multiplier() = default;
         explicit multiplier(cplx<R> a) : re(vec<R>::all(a.re)), im(vec<R>::all(a.im)) {}
     };
-    vec<R> straight, cross;
-    combination(multiplier m, vec<R> a) : straight(m.re * a), cross(m.im * a) {}
+    vec<R> straight, cross = vec<R>::zero();
+    explicit combination(vec<R> y) : straight(y) {}
     void add(multiplier m, vec<R> a)
     {
         straight = straight + m.re * a;
@@ -140,10 +140,13 @@ struct dot_sum<cplx<R>> {
     }
 };
 
-// Accumulators a column: four chains in all, since an add takes three to four cycles and one or two start each cycle.
-template <int N, class E>
+// Eight chains in all, since an add takes three to four cycles and two start each cycle. A loop that updates y as
+// well has registers and arithmetic enough with half of them.
+template <int N, bool Axpy, class E>
 struct dots {
-    static constexpr int each = N >= 4 || (N == 2 && simd::element<E>::parts == 2) ? 1 : N == 2 ? 2 : 4;
+    static constexpr int parts = simd::element<E>::parts;
+    static constexpr int fitting = (Axpy ? 4 : 8) / (N * parts);
+    static constexpr int each = fitting > 4 ? 4 : fitting > 0 ? fitting : 1;
     dot_sum<E> sum[N][each];
     template <bool Conjugate>
     [[gnu::always_inline]] E total(int c) const
@@ -171,14 +174,15 @@ struct strided_columns {
     const E* row(int c, vrn_int i) const { return at[c] + i * inc[c]; }
 };
 
-// One step of a row loop: `Axpy` updates y, `Dot` adds to `sums`. The chain of blocks is that of level 1.
+// One step of a row loop; values are held, or g++ would load those of two uses twice: `Axpy` updates y, `Dot` adds to
+// `sums`. The chain of blocks is that of level 1.
 template <bool Axpy, bool Dot, int N, class E, class A, class X, class Y>
 struct row_walk {
     A a;
     multiplier<E> t[N];
     X x;
     Y y;
-    dots<N, E>* sums;
+    dots<N, Axpy, E>* sums;
     static constexpr bool contiguous = A::contiguous && (!Axpy || Y::contiguous) && (!Dot || X::contiguous);
     static constexpr int width = contiguous ? per_vec<E> : 1;
 
@@ -186,18 +190,15 @@ struct row_walk {
     [[gnu::always_inline]] void rows(vrn_int i) const
     {
         using V = vec<real_of<E>>;
-        constexpr int turn = G % dots<N, E>::each;
-        const V first = load<W>(a.row(0, i));
-        combination<E> update(t[0], first);
-        const typename dot_sum<E>::operand xi(Dot ? load<W>(x.at(i)) : V::zero());
-        if constexpr (Dot) sums->sum[0][turn].add(first, xi);
-        unroll<N - 1>([&](auto next) __attribute__((always_inline)) {
-            constexpr int c = next + 1;
-            const V v = load<W>(a.row(c, i));
-            if constexpr (Axpy) update.add(t[c], v);
+        constexpr int turn = G % dots<N, Axpy, E>::each;
+        const typename dot_sum<E>::operand xi(Dot ? held(load<W>(x.at(i))) : V::zero());
+        combination<E> sum(Axpy ? load<W>(y.at(i)) : V::zero());
+        unroll<N>([&](auto c) __attribute__((always_inline)) {
+            const V v = held(load<W>(a.row(c, i)));
+            if constexpr (Axpy) sum.add(t[c], v);
             if constexpr (Dot) sums->sum[c][turn].add(v, xi);
         });
-        if constexpr (Axpy) store<W>(load<W>(y.at(i)) + update.value(), y.at(i));
+        if constexpr (Axpy) store<W>(sum.value(), y.at(i));
     }
     template <int Block>
     [[gnu::always_inline]] void block(vrn_int i) const
@@ -244,7 +245,7 @@ template <class Chain, bool Peel = false, int N, class E, class A, class Y>
 template <class Chain, bool Conjugate, int N, class E, class X>
 [[gnu::always_inline]] inline void dot_columns(span rows, const columns<N, E>& a, X x, E (&d)[N])
 {
-    dots<N, E> sums;
+    dots<N, false, E> sums;
     const row_walk<false, true, N, E, columns<N, E>, X, X> walk{a, {}, x, x, &sums};
     run<Chain>(rows, walk);
     unroll<N>([&](auto c) __attribute__((always_inline)) { d[c] = sums.template total<Conjugate>(c); });
@@ -254,7 +255,7 @@ template <class Chain, bool Conjugate, bool Peel, int N, class E, class X, class
 [[gnu::always_inline]] inline void both_columns(span rows, const columns<N, E>& a, const E (&t)[N], X x, Y y,
                                                 E (&d)[N])
 {
-    dots<N, E> sums;
+    dots<N, true, E> sums;
     row_walk<true, true, N, E, columns<N, E>, X, Y> walk{a, {}, x, y, &sums};
     set_multipliers(walk, t);
     if constexpr (Peel) peel(rows, walk);

@@ -25,21 +25,25 @@ template <bool Peel, int N, class E, class T, class X, class Y>
 [[gnu::always_inline]] inline void symmetric_columns(const T& a, E alpha, X x, Y y, vrn_int j0)
 {
     constexpr bool hermitian = simd::element<E>::parts == 2;
-    const auto at = columns_of<N>(a, j0);
-    const span all = common<N>(a, j0);
-    E t[N], d[N];
-    unroll<N>([&](auto c) __attribute__((always_inline)) { t[c] = alpha * x[j0 + c]; });
-    both_columns<typename symmetric_rows<E>::both, hermitian, Peel>(all, at, t, x, y, d);
+    const group<true, N, T> g(a, j0);
+    E xs[N], t[N], d[N], own[N];
     unroll<N>([&](auto c) __attribute__((always_inline)) {
-        const vrn_int j = j0 + c;
-        each_near_row<N>(
-            a, j0, j, all, [&](vrn_int i) __attribute__((always_inline)) {
-                const E v = at.at[c][i];
-                y[i] = y[i] + t[c] * v;
-                d[c] = d[c] + conjugated<hermitian>(v) * x[i];
-            });
-        y[j] = y[j] + (diagonal_times(at.at[c][j], t[c]) + alpha * d[c]);
+        xs[c] = x[j0 + c];
+        t[c] = alpha * xs[c];
+        own[c] = diagonal_times(g.diagonal(c), t[c]);
     });
+    both_columns<typename symmetric_rows<E>::both, hermitian, Peel>(g.common, g.at, t, x, y, d);
+    g.each_inner([&](auto c, auto row) __attribute__((always_inline)) {
+        const E v = g.inner(row, c);
+        own[row] = own[row] + t[c] * v;
+        d[c] = d[c] + conjugated<hermitian>(v) * xs[row];
+    });
+    g.each_edge([&](auto c, vrn_int i) __attribute__((always_inline)) {
+        const E v = g.at.at[c][i];
+        y[i] = y[i] + t[c] * v;
+        d[c] = d[c] + conjugated<hermitian>(v) * x[i];
+    });
+    unroll<N>([&](auto c) __attribute__((always_inline)) { y[j0 + c] = y[j0 + c] + (own[c] + alpha * d[c]); });
 }
 
 template <bool Peel, int Group, class E, class T, class X, class Y>
@@ -53,8 +57,9 @@ template <bool Peel, int Group, class E, class T, class X, class Y>
 template <bool Peel, class E, class T>
 void symmetric_product(const T& a, E alpha, const E* x, vrn_int incx, E* y, vrn_int incy)
 {
-    if (incx == 1 && incy == 1)
+    if (incx == 1 && incy == 1 && a.band() >= least_band<symmetric_group>)
         symmetric_sweep<Peel, symmetric_group>(a, alpha, unit_view<const E>{x}, unit_view<E>{y});
+    else if (incx == 1 && incy == 1) symmetric_sweep<Peel, 1>(a, alpha, unit_view<const E>{x}, unit_view<E>{y});
     else
         symmetric_sweep<false, 1>(a, alpha, strided_view<const E>{vector_begin(x, a.n, incx), incx},
                                   strided_view<E>{vector_begin(y, a.n, incy), incy});

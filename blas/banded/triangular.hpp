@@ -20,6 +20,14 @@ struct triangle_op {
 template <triangle_op Op, class T>
 inline constexpr bool ascending = (T::upper != Op.transposed) != Op.solve;
 
+inline float negative(float a) { return -a; }
+inline double negative(double a) { return -a; }
+template <class R>
+cplx<R> negative(cplx<R> a)
+{
+    return {-a.re, -a.im};
+}
+
 inline float quotient(float a, float b) { return a / b; }
 inline double quotient(double a, double b) { return a / b; }
 // Wide enough that nothing overflows on the way.
@@ -40,50 +48,53 @@ inline cplx<double> quotient(cplx<double> a, cplx<double> b)
     return {(a.re * r + a.im) / size, (a.im * r - a.re) / size};
 }
 
+// The group's own x stay in registers from the first column to the last: in a solution each waits for the one before.
 template <triangle_op Op, int N, class T, class X>
 [[gnu::always_inline]] inline void triangle_columns(const T& a, X x, vrn_int j0)
 {
     using E = typename X::element;
     using blocks = typename triangle_rows<E, T::packed>::blocks;
-    const auto at = columns_of<N>(a, j0);
-    const span all = common<N>(a, j0);
-    E t[N];
-    const auto take = [&](bool negative) __attribute__((always_inline))
-    {
-        unroll<N>([&](auto c)
-                      __attribute__((always_inline)) { t[c] = negative ? real_of<E>(-1) * x[j0 + c] : x[j0 + c]; });
-    };
+    const group<ascending<Op, T>, N, T> g(a, j0);
+    const auto take = [&](auto from) __attribute__((always_inline)) { return conjugated<Op.conjugate>(from); };
+    E own[N], d[N] = {};
+    unroll<N>([&](auto c) __attribute__((always_inline)) { own[c] = x[g.column(c)]; });
     if constexpr (Op.transposed) {
-        dot_columns<blocks, Op.conjugate>(all, at, x, t);
+        dot_columns<blocks, Op.conjugate>(g.common, g.at, x, d);
+        g.each_edge([&](auto c, vrn_int i)
+                        __attribute__((always_inline)) { d[c] = d[c] + take(g.at.at[c][i]) * x[i]; });
     } else if constexpr (!Op.solve) {
-        take(false);
-        axpy_columns<blocks>(all, at, t, x);
+        axpy_columns<blocks>(g.common, g.at, own, x);
+        g.each_edge([&](auto c, vrn_int i) __attribute__((always_inline)) { x[i] = x[i] + own[c] * g.at.at[c][i]; });
     }
-    unroll<N>([&](auto step) __attribute__((always_inline)) {
-        constexpr int c = ascending<Op, T> ? step : N - 1 - step;
-        const vrn_int j = j0 + c;
-        const E diagonal = Op.unit_diagonal ? E{} : conjugated<Op.conjugate>(at.at[c][j]);
-        if constexpr (Op.transposed) {
-            E dot = t[c];
-            each_near_row<N>(
-                a, j0, j, all, [&](vrn_int i) __attribute__((always_inline)) {
-                    dot = dot + conjugated<Op.conjugate>(at.at[c][i]) * x[i];
-                });
-            if constexpr (Op.solve) x[j] = Op.unit_diagonal ? x[j] - dot : quotient(x[j] - dot, diagonal);
-            else x[j] = (Op.unit_diagonal ? x[j] : diagonal * x[j]) + dot;
-        } else {
-            E xj = x[j];
-            if constexpr (Op.solve && !Op.unit_diagonal) x[j] = xj = quotient(xj, diagonal);
-            each_near_row<N>(
-                a, j0, j, all, [&](vrn_int i) __attribute__((always_inline)) {
-                    x[i] = Op.solve ? x[i] - xj * at.at[c][i] : x[i] + xj * at.at[c][i];
-                });
-            if constexpr (!Op.solve && !Op.unit_diagonal) x[j] = diagonal * xj;
-        }
-    });
+
+    if constexpr (Op.solve) {
+        unroll<N>([&](auto c) __attribute__((always_inline)) {
+            if constexpr (Op.transposed) own[c] = own[c] - d[c];
+        });
+        unroll<N>([&](auto c) __attribute__((always_inline)) {
+            if constexpr (!Op.unit_diagonal) own[c] = quotient(own[c], take(g.diagonal(c)));
+            unroll<N>([&](auto later) __attribute__((always_inline)) {
+                if constexpr (later > c)
+                    own[later] = own[later] - (Op.transposed ? take(g.inner(c, later)) : g.inner(later, c)) * own[c];
+            });
+        });
+    } else {
+        E sum[N];
+        unroll<N>([&](auto c) __attribute__((always_inline)) {
+            sum[c] = Op.unit_diagonal ? own[c] : take(g.diagonal(c)) * own[c];
+        });
+        g.each_inner([&](auto c, auto row) __attribute__((always_inline)) {
+            if constexpr (Op.transposed) sum[c] = sum[c] + take(g.inner(row, c)) * own[row];
+            else sum[row] = sum[row] + g.inner(row, c) * own[c];
+        });
+        unroll<N>([&](auto c) __attribute__((always_inline)) { own[c] = Op.transposed ? sum[c] + d[c] : sum[c]; });
+    }
+    unroll<N>([&](auto c) __attribute__((always_inline)) { x[g.column(c)] = own[c]; });
+
     if constexpr (Op.solve && !Op.transposed) {
-        take(true);
-        axpy_columns<blocks>(all, at, t, x);
+        unroll<N>([&](auto c) __attribute__((always_inline)) { own[c] = negative(own[c]); });
+        g.each_edge([&](auto c, vrn_int i) __attribute__((always_inline)) { x[i] = x[i] + own[c] * g.at.at[c][i]; });
+        axpy_columns<blocks>(g.common, g.at, own, x);
     }
 }
 
@@ -109,7 +120,8 @@ void triangle_case(char trans, char diag, const T& a, E* x, vrn_int incx)
     const auto run = [&]<bool Transposed, bool Conjugate>() {
         const auto go = [&]<bool Unit>() {
             constexpr triangle_op op{Solve, Transposed, Conjugate, Unit};
-            if (incx == 1) triangle_sweep<op, Group>(a, unit_view<E>{x});
+            if (incx == 1 && a.band() >= least_band<Group>) triangle_sweep<op, Group>(a, unit_view<E>{x});
+            else if (incx == 1) triangle_sweep<op, 1>(a, unit_view<E>{x});
             else triangle_sweep<op, 1>(a, strided_view<E>{vector_begin(x, a.n, incx), incx});
         };
         unit ? go.template operator()<true>() : go.template operator()<false>();

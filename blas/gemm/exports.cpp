@@ -42,14 +42,6 @@ void gemm(product<T> p, void (*get_optimal_kernel)(gemm_desc*), void (*zero_desc
 
 } // namespace
 
-extern "C" {
-[[gnu::visibility("default")]] void vrn_blas_s42_dgemm_zero_desc(gemm_desc*);
-[[gnu::visibility("default")]] void vrn_blas_s42_sgemm_get_optimal_kernel(gemm_desc*);
-[[gnu::visibility("default")]] void vrn_blas_s42_dgemm_get_optimal_kernel(gemm_desc*);
-[[gnu::visibility("default")]] void vrn_blas_s42_cgemm_get_optimal_kernel(gemm_desc*);
-[[gnu::visibility("default")]] void vrn_blas_s42_zgemm_get_optimal_kernel(gemm_desc*);
-}
-
 #define PUBLISHED(T)                                                                                                 \
     const char *transa, const char *transb, const vrn_int *m, const vrn_int *n, const vrn_int *k, const T *alpha,    \
         const T *a, const vrn_int *lda, const T *b, const vrn_int *ldb, const T *beta, T *c, const vrn_int *ldc

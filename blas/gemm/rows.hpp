@@ -70,6 +70,21 @@ inline simd::vec<float> spread(const simd::cplx<float>* b)
     return {_mm_castpd_ps(_mm_loaddup_pd(reinterpret_cast<const double*>(b)))};
 }
 
+// alpha at the end of a sum. A complex one is left out: most products have it, it is as long as two depths, and
+// 1 * inf would make a NaN of the other part.
+template <class T>
+struct sum_factor {
+    simd::factor<T> f;
+    bool one;
+    explicit sum_factor(T alpha) : f(alpha), one(alpha == simd::unity<T>) {}
+    template <class X>
+    X operator()(X sum) const
+    {
+        if (simd::element<T>::parts == 2 && one) return sum;
+        return f(sum);
+    }
+};
+
 template <class T>
 struct row_sum {
     using V = simd::vec<T>;

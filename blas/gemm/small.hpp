@@ -45,7 +45,7 @@ template <int K, int Rows, int Columns, class T>
         // Keeps the compiler from forming all addresses ahead of the row loop and spilling them.
         asm("" : "+r"(a), "+r"(b));
     });
-    const simd::factor<T> f(alpha);
+    const sum_factor<T> f(alpha);
     unroll<Columns>([&](auto j) {
         unroll<R::count>([&](auto r) {
             T* p = c + j * ldc;

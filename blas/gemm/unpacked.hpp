@@ -2,8 +2,8 @@
 //
 // For products too small or too thin to pack, and for when memory runs out. The depth goes in two passes, the
 // multiple of 4 and then the 0 to 3 left over; the first applies beta. Columns of C in pairs and the odd one;
-// rows, where they lie contiguous, in blocks of 8, then 2, then 1; of complex numbers, whose sums take twice the
-// registers, in blocks of two vectors.
+// rows, where they lie contiguous, in blocks of 8, then 2, then 1. Complex columns go by fours, then twos, then the
+// odd one; their sums take twice the registers, so that blocks of rows are lower.
 #pragma once
 
 #include "blas/gemm/product.hpp"
@@ -47,7 +47,8 @@ inline void rows_tile(vrn_int depth, T alpha, const T* a, vrn_int lda, const T* 
             unroll<Columns>([&](auto j) { acc[j][r].add(x, y[j]); });
         });
     }
-    const simd::factor<T> f(alpha), g(beta);
+    const sum_factor<T> f(alpha);
+    const simd::factor<T> g(beta);
     unroll<Columns>([&](auto j) {
         unroll<R::count>([&](auto r) {
             T* p = c + j * ldc;
@@ -134,7 +135,8 @@ inline void depth_tile(const product<T>& o, vrn_int depth, const T* a, const T* 
         unroll<Columns>(
             [&](auto j) { sum[j] = sum[j] + x * conjugate_if(conjugate_b, b[kk * brow + j * bcol]); });
     }
-    const simd::factor<T> f(o.alpha), g(o.beta);
+    const sum_factor<T> f(o.alpha);
+    const simd::factor<T> g(o.beta);
     unroll<Columns>([&](auto j) {
         T* p = c + j * o.ldc;
         *p = updated<U>(U == update::store ? T{} : *p, f(sum[j]), g);
@@ -156,17 +158,18 @@ template <update U, int Columns, class T>
                                         o.ldc);
             i += Rows;
         };
-        // Four vectors by two columns fill eight accumulators, of complex numbers two: for s that takes two blocks of
-        // 8 rows.
-        constexpr int block = simd::element<T>::parts == 1 ? 8 : 2 * simd::per_vec<T>;
+        // Four vectors by two columns fill eight accumulators: for s that takes two blocks of 8 rows. Of complex numbers
+        // half as many do, in blocks as low as the columns allow.
+        constexpr int block = simd::element<T>::parts == 1 ? 8 : 4 / Columns * simd::per_vec<T>;
         if constexpr (simd::per_vec<T> == 4)
             while (i + 16 <= o.m) tile.template operator()<16>();
         while (i + block <= o.m) tile.template operator()<block>();
         // The blocks of 2 and the odd row that are left, side by side, so that their sums overlap.
         const vrn_int left = o.m - i;
-        unroll<block - 1>([&](auto r) {
-            if (left == r + 1) tile.template operator()<r + 1>();
-        });
+        if constexpr (block > 1)
+            unroll<block - 1>([&](auto r) {
+                if (left == r + 1) tile.template operator()<r + 1>();
+            });
     } else {
         for (vrn_int i = 0; i < o.m; ++i)
             depth_tile<U, Columns>(o, depth, o.a + i * o.lda + k0, b, brow, bcol, c + i);
@@ -176,9 +179,12 @@ template <update U, int Columns, class T>
 template <update U, class T>
 void pass(const product<T>& o, vrn_int k0, vrn_int depth)
 {
-    const vrn_int even = o.n & ~vrn_int{1};
-    for (vrn_int j = 0; j < even; j += 2) columns<U, 2>(o, k0, depth, j);
-    if (even < o.n) columns<U, 1>(o, k0, depth, even);
+    vrn_int j = 0;
+    // In c a row has to be shuffled into its two forms: four columns share them.
+    if constexpr (simd::element<T>::parts == 2)
+        for (; j + 4 <= o.n; j += 4) columns<U, 4>(o, k0, depth, j);
+    for (; j + 2 <= o.n; j += 2) columns<U, 2>(o, k0, depth, j);
+    if (j < o.n) columns<U, 1>(o, k0, depth, j);
 }
 
 template <class T>

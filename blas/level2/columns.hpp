@@ -5,8 +5,8 @@
 //     cross_columns   both, each element of A loaded once
 //
 // x, y and w have unit stride. An element of y meets the columns in their order whatever the grouping; in complex
-// arithmetic the products by real and by imaginary parts of t are summed apart over a group and joined at its end. Dots
-// keep one vector accumulator a column (complex: two), narrow groups several, since one would wait for itself.
+// arithmetic the products by real and by imaginary parts of t are summed apart over a group and joined at its end.
+// Dots keep one vector accumulator a column (complex: two), narrow groups several, since one would wait for itself.
 // Nothing is allocated. Called by the level-2 kernels.
 #pragma once
 
@@ -118,7 +118,8 @@ struct dots {
         const V f = V::all(alpha);
         unroll<(Columns + per - 1) / per>([&](auto g) __attribute__((always_inline)) {
             constexpr int first = g * per, count = Columns - first < per ? Columns - first : per;
-            const auto column = [&](auto c) __attribute__((always_inline)) {
+            const auto column = [&](auto c) __attribute__((always_inline))
+            {
                 if constexpr (first + c >= Columns) return V::zero();
                 else if constexpr (sums == 1) return acc[0][first + c];
                 else return acc[0][first + c] + acc[1][first + c];
@@ -196,29 +197,30 @@ template <int Columns, bool Aligned, class E>
     const column_group<Columns, E> column(a, lda);
     broadcast<E> f[Columns];
     unroll<Columns>([&](auto c) __attribute__((always_inline)) { f[c] = broadcast<E>(t[c]); });
-    sweep_rows<E, line_turn>(rows, [&](vrn_int i, auto count, auto slot) __attribute__((always_inline)) {
-        if constexpr (slot == 0) column.ask_for_next(i);
-        growing<E> sum(L::template load<count>(y + i), column.template load<0, count, Aligned>(i), f[0]);
-        unroll<Columns - 1>([&](auto c) __attribute__((always_inline)) {
-            sum.add(column.template load<c + 1, count, Aligned>(i), f[c + 1]);
+    sweep_rows<E, line_turn>(
+        rows, [&](vrn_int i, auto count, auto slot) __attribute__((always_inline)) {
+            if constexpr (slot == 0) column.ask_for_next(i);
+            growing<E> sum(L::template load<count>(y + i), column.template load<0, count, Aligned>(i), f[0]);
+            unroll<Columns - 1>([&](auto c) __attribute__((always_inline)) {
+                sum.add(column.template load<c + 1, count, Aligned>(i), f[c + 1]);
+            });
+            L::template store<count>(y + i, sum.joined());
         });
-        L::template store<count>(y + i, sum.joined());
-    });
 }
 
 template <int Columns, bool Conj, bool Aligned, class E>
-[[gnu::always_inline]] inline void dot_columns(rows_of rows, const E* a, vrn_int lda, const E* x, E alpha,
-                                               E* w)
+[[gnu::always_inline]] inline void dot_columns(rows_of rows, const E* a, vrn_int lda, const E* x, E alpha, E* w)
 {
     const column_group<Columns, E> column(a, lda);
     dots<E, Columns, Conj> dot;
-    sweep_rows<E, line_turn>(rows, [&](vrn_int i, auto count, auto slot) __attribute__((always_inline)) {
-        if constexpr (slot == 0) column.ask_for_next(i);
-        const auto xi = met<E>::template load<count>(x + i);
-        unroll<Columns>([&](auto c) __attribute__((always_inline)) {
-            dot.template add<slot, c>(column.template load<c, count, Aligned>(i), xi);
+    sweep_rows<E, line_turn>(
+        rows, [&](vrn_int i, auto count, auto slot) __attribute__((always_inline)) {
+            if constexpr (slot == 0) column.ask_for_next(i);
+            const auto xi = met<E>::template load<count>(x + i);
+            unroll<Columns>([&](auto c) __attribute__((always_inline)) {
+                dot.template add<slot, c>(column.template load<c, count, Aligned>(i), xi);
+            });
         });
-    });
     dot.add_to(w, alpha);
 }
 
@@ -232,20 +234,35 @@ template <int Columns, bool Conj, class E>
     broadcast<E> f[Columns];
     unroll<Columns>([&](auto c) __attribute__((always_inline)) { f[c] = broadcast<E>(t[c]); });
     dots<E, Columns, Conj> dot;
-    sweep_rows<E, line_turn>(rows, [&](vrn_int i, auto count, auto slot) __attribute__((always_inline)) {
-        if constexpr (slot == 0) column.ask_for_next(i);
-        const auto xi = met<E>::template load<count>(x + i);
-        auto v = simd::held(column.template load<0, count, false>(i));
-        growing<E> sum(L::template load<count>(y + i), v, f[0]);
-        dot.template add<slot, 0>(v, xi);
-        unroll<Columns - 1>([&](auto c) __attribute__((always_inline)) {
-            v = simd::held(column.template load<c + 1, count, false>(i));
-            sum.add(v, f[c + 1]);
-            dot.template add<slot, c + 1>(v, xi);
+    sweep_rows<E, line_turn>(
+        rows, [&](vrn_int i, auto count, auto slot) __attribute__((always_inline)) {
+            if constexpr (slot == 0) column.ask_for_next(i);
+            const auto xi = met<E>::template load<count>(x + i);
+            auto v = simd::held(column.template load<0, count, false>(i));
+            growing<E> sum(L::template load<count>(y + i), v, f[0]);
+            dot.template add<slot, 0>(v, xi);
+            unroll<Columns - 1>([&](auto c) __attribute__((always_inline)) {
+                v = simd::held(column.template load<c + 1, count, false>(i));
+                sum.add(v, f[c + 1]);
+                dot.template add<slot, c + 1>(v, xi);
+            });
+            L::template store<count>(y + i, sum.joined());
         });
-        L::template store<count>(y + i, sum.joined());
-    });
     dot.add_to(w, alpha);
+}
+
+// y += alpha A x and w += alpha op(A) z for a block of A, op the transpose, conjugated where the type has a
+// conjugate.
+template <int Widest, class E>
+[[gnu::noinline, gnu::flatten]] void cross_block(vrn_int m, vrn_int n, E alpha, const E* a, vrn_int lda, const E* x,
+                                                 E* y, const E* z, E* w)
+{
+    column_groups<Widest>(
+        n, [&](vrn_int j, auto columns) __attribute__((always_inline)) {
+            E t[columns];
+            for (int c = 0; c < columns; ++c) t[c] = alpha * x[j + c];
+            cross_columns<columns, simd::element<E>::parts == 2>({0, m}, a + j * lda, lda, t, y, z, alpha, w + j);
+        });
 }
 
 } // namespace vrn::blas

@@ -1,11 +1,11 @@
 // blas/level2/gemv.hpp - y := alpha op(A) x + beta y. Instantiated by gemv.cpp.
 //
-// beta first, as a pass of its own; then A once, in groups of columns. Unit strides run on the caller's vectors, with a
-// body for columns that are all 16-byte aligned (an even leading dimension) and one for those that are not. Other strides go
-// block by block through two stack buffers. Nothing is allocated.
+// beta first, as a pass of its own; then A once, in groups of columns. Unit strides run on the caller's vectors, with
+// a body for columns that are all 16-byte aligned (an even leading dimension) and one for those that are not. Other
+// strides go block by block through two stack buffers. Nothing is allocated.
 //
-// The bits do not depend on addresses, but for single precision where its caller allows it (Peel): the sums of op(A) = A^T
-// then start at an aligned element of each group's first column.
+// The bits do not depend on addresses, but for single precision where its caller allows it (Peel): the sums of op(A)
+// = A^T then start at an aligned element of each group's first column.
 #pragma once
 
 #include "blas/level2/beta.hpp"
@@ -20,22 +20,24 @@ template <bool Peel, bool Aligned, class E>
 {
     vrn_int peel = 0;
     if constexpr (Peel) peel = peel_count(y, m);
-    column_groups<widest_group<E>>(n, [&](vrn_int j, auto columns) __attribute__((always_inline)) {
-        E t[columns];
-        for (int c = 0; c < columns; ++c) t[c] = alpha * x[j + c];
-        add_columns<columns, Aligned>({0, m, peel}, a + j * lda, lda, t, y);
-    });
+    column_groups<widest_group<E>>(
+        n, [&](vrn_int j, auto columns) __attribute__((always_inline)) {
+            E t[columns];
+            for (int c = 0; c < columns; ++c) t[c] = alpha * x[j + c];
+            add_columns<columns, Aligned>({0, m, peel}, a + j * lda, lda, t, y);
+        });
 }
 
 // y += alpha op(A) x at unit strides, op(A) being A^T or A^H.
 template <bool Conj, bool Peel, bool Aligned, class E>
 [[gnu::noinline, gnu::flatten]] void gemv_t(vrn_int m, vrn_int n, E alpha, const E* a, vrn_int lda, const E* x, E* y)
 {
-    column_groups<widest_group<E>>(n, [&](vrn_int j, auto columns) __attribute__((always_inline)) {
-        vrn_int peel = 0;
-        if constexpr (Peel) peel = peel_count(a + j * lda, m);
-        dot_columns<columns, Conj, Aligned>({0, m, peel}, a + j * lda, lda, x, alpha, y + j);
-    });
+    column_groups<widest_group<E>>(
+        n, [&](vrn_int j, auto columns) __attribute__((always_inline)) {
+            vrn_int peel = 0;
+            if constexpr (Peel) peel = peel_count(a + j * lda, m);
+            dot_columns<columns, Conj, Aligned>({0, m, peel}, a + j * lda, lda, x, alpha, y + j);
+        });
 }
 
 template <bool Peel, class E>
@@ -45,7 +47,8 @@ template <bool Peel, class E>
     // Behind a peel the columns are aligned with y (A as stored) or for themselves.
     const bool even = Peel ? lda * static_cast<vrn_int>(sizeof(E)) % 16 == 0 && (op != 'N' || place(a) == place(y))
                            : aligned_columns(a, lda);
-    const auto run = [&](auto* aligned, auto* unaligned) __attribute__((always_inline)) {
+    const auto run = [&](auto* aligned, auto* unaligned) __attribute__((always_inline))
+    {
         (even ? aligned : unaligned)(m, n, alpha, a, lda, x, y);
     };
     if (op == 'N') return run(gemv_n<Peel, true, E>, gemv_n<Peel, false, E>);

@@ -3,11 +3,11 @@
 
 using vrn::simd::cplx;
 
-#define VRN_GER(name, E, conjugate)                                                                           \
-    VRN_EXPORT void name(const vrn_int* m, const vrn_int* n, const E* alpha, const E* x, const vrn_int* incx, \
-                         const E* y, const vrn_int* incy, E* a, const vrn_int* lda)                           \
-    {                                                                                                         \
-        vrn::blas::ger<conjugate>(*m, *n, *alpha, x, *incx, y, *incy, a, *lda);                               \
+#define VRN_GER(name, E, conjugate)                                                                                  \
+    VRN_EXPORT void name(const vrn_int* m, const vrn_int* n, const E* alpha, const E* x, const vrn_int* incx,        \
+                         const E* y, const vrn_int* incy, E* a, const vrn_int* lda)                                  \
+    {                                                                                                                \
+        vrn::blas::ger<conjugate>(*m, *n, *alpha, x, *incx, y, *incy, a, *lda);                                      \
     }
 
 VRN_GER(vrn_blas_s42_xsger, float, false)

@@ -1,9 +1,9 @@
 // blas/level2/ger.hpp - A := alpha x y^T + A, or x y^H. Instantiated by ger.cpp.
 //
-// A strided x goes in blocks of 512 rows through a buffer on the stack. With a unit stride there is no slice to copy and
-// columns are taken whole: cut in two, columns of 1000 doubles in the last-level cache run at 34 GB/s and not at 39. Columns
-// four at a time share the loads of x. Each element is computed alone as a_ij + (alpha y_j) x_i, so neither blocks nor
-// alignment show in the result. Nothing is allocated.
+// A strided x goes in blocks of 512 rows through a buffer on the stack. With a unit stride there is no slice to copy
+// and columns are taken whole: cut in two, columns of 1000 doubles in the last-level cache run at 34 GB/s and not
+// at 39. Columns four at a time share the loads of x. Each element is computed alone as a_ij + (alpha y_j) x_i, so
+// neither blocks nor alignment show in the result. Nothing is allocated.
 #pragma once
 
 #include "blas/level2/lanes.hpp"
@@ -41,31 +41,33 @@ template <int Columns, bool Aligned, class E>
         f[c] = scaled_by<E>(t[c]);
         at[c] = a + c * lda;
     });
-    sweep_rows<E, 4>({0, rows}, [&](vrn_int i, auto count, auto slot) __attribute__((always_inline)) {
-        const auto v = L::template load<count>(x + i);
-        auto swapped = v;
-        if constexpr (L::parts == 2) swapped = swap_parts(v);
-        unroll<Columns>([&](auto c) __attribute__((always_inline)) {
-            E* p = at[c] + i;
-            if constexpr (slot == 0) ask_for(p + Columns * lda); // the next group's
-            L::template store<count, Aligned>(p, L::template load<count, Aligned>(p) + f[c](v, swapped));
+    sweep_rows<E, 4>(
+        {0, rows}, [&](vrn_int i, auto count, auto slot) __attribute__((always_inline)) {
+            const auto v = L::template load<count>(x + i);
+            auto swapped = v;
+            if constexpr (L::parts == 2) swapped = swap_parts(v);
+            unroll<Columns>([&](auto c) __attribute__((always_inline)) {
+                E* p = at[c] + i;
+                if constexpr (slot == 0) ask_for(p + Columns * lda); // the next group's
+                L::template store<count, Aligned>(p, L::template load<count, Aligned>(p) + f[c](v, swapped));
+            });
         });
-    });
 }
 
 template <bool Conj, bool Aligned, class E>
 [[gnu::noinline, gnu::flatten]] void ger_block(vrn_int rows, vrn_int n, E alpha, const E* x, const E* y, vrn_int incy,
                                                E* a, vrn_int lda)
 {
-    column_groups<ger_columns>(n, [&](vrn_int j, auto columns) __attribute__((always_inline)) {
-        E t[columns];
-        for (int c = 0; c < columns; ++c) {
-            const E yj = y[(j + c) * incy];
-            if constexpr (Conj) t[c] = alpha * conj(yj);
-            else t[c] = alpha * yj;
-        }
-        update_columns<columns, Aligned>(rows, x, t, a + j * lda, lda);
-    });
+    column_groups<ger_columns>(
+        n, [&](vrn_int j, auto columns) __attribute__((always_inline)) {
+            E t[columns];
+            for (int c = 0; c < columns; ++c) {
+                const E yj = y[(j + c) * incy];
+                if constexpr (Conj) t[c] = alpha * conj(yj);
+                else t[c] = alpha * yj;
+            }
+            update_columns<columns, Aligned>(rows, x, t, a + j * lda, lda);
+        });
 }
 
 template <bool Conj, class E>

@@ -1,5 +1,5 @@
-// blas/level2/lanes.hpp - a run of elements as one vector, whole or in part, at unit stride or gathered; the sweeps over
-// rows and over groups of columns that are made of them.
+// blas/level2/lanes.hpp - a run of elements as one vector, whole or in part, at unit stride or gathered; the sweeps
+// over rows and over groups of columns that are made of them.
 //
 // Missing elements are zero and are not touched in memory: a sum over lanes does not see them, and nothing is read or
 // written past a column's end. So the last rows of a column are vectors like the others, and an element's arithmetic
@@ -71,21 +71,22 @@ struct rows_of {
     vrn_int from, to, peel = 0;
 };
 
-// The rows as step(row, count, slot): vectors, Turn of them a turn, then what is left as part of one. The slot numbers
-// the vectors of a turn, for steps that sum into several accumulators or that ask for lines ahead.
+// The rows as step(row, count, slot): vectors, Turn of them a turn, then what is left as part of one. The slot
+// numbers the vectors of a turn, for steps that sum into several accumulators or that ask for lines ahead.
 template <class E, int Turn = 2, class Step>
 [[gnu::always_inline]] inline void sweep_rows(rows_of rows, Step&& step)
 {
     constexpr int full = lanes<E>::full;
-    const auto part = [&](vrn_int i, vrn_int left) __attribute__((always_inline)) {
-        with_count<full - 1>(left, [&](auto count) __attribute__((always_inline)) { step(i, count, count_of<0>{}); });
+    const auto part = [&](vrn_int i, vrn_int left) __attribute__((always_inline))
+    {
+        with_count<full - 1>(
+            left, [&](auto count) __attribute__((always_inline)) { step(i, count, count_of<0>{}); });
     };
     if (rows.peel != 0) part(rows.from, rows.peel);
     vrn_int i = rows.from + rows.peel;
     for (; rows.to - i >= Turn * full; i += Turn * full)
-        unroll<Turn>([&](auto slot) __attribute__((always_inline)) {
-            step(i + slot * full, count_of<full>{}, slot);
-        });
+        unroll<Turn>([&](auto slot)
+                         __attribute__((always_inline)) { step(i + slot * full, count_of<full>{}, slot); });
     for (; rows.to - i >= full; i += full) step(i, count_of<full>{}, count_of<0>{});
     part(i, rows.to - i);
 }
@@ -96,7 +97,8 @@ template <int Widest, class Body>
 {
     vrn_int j = 0;
     for (; n - j >= Widest; j += Widest) body(j, count_of<Widest>{});
-    const auto tail = [&](auto width) __attribute__((always_inline)) {
+    const auto tail = [&](auto width) __attribute__((always_inline))
+    {
         if (n - j >= width) {
             body(j, width);
             j += width;

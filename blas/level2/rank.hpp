@@ -2,9 +2,9 @@
 // x^H and y^H and a Hermitian A. Instantiated by rank.cpp.
 //
 // Column by column, rows in blocks of 8 and less. A column whose factors are zero is skipped, so that a NaN that it
-// would meet is not let into A. Elements are computed alone, a_ij + x_i t + y_i u from the left, so neither strides nor
-// alignment nor the cut into slices show in the result. A Hermitian diagonal is stored with imaginary part zero, and
-// what stood there is not read. Nothing is allocated.
+// would meet is not let into A. Elements are computed alone, a_ij + x_i t + y_i u from the left, so neither strides
+// nor alignment nor the cut into slices show in the result. A Hermitian diagonal is stored with imaginary part zero,
+// and what stood there is not read. Nothing is allocated.
 //
 // Peel: the rows of a column start at an aligned element and A is met by aligned accesses.
 #pragma once
@@ -55,11 +55,12 @@ template <bool Two, bool Peel, class E, class A, class X>
         }
         vrn_int peel = 0;
         if constexpr (Peel) peel = peel_count(column + from, to - from);
-        sweep_rows<E, turn>({from, to, peel}, [&](vrn_int i, auto count, auto) __attribute__((always_inline)) {
-            auto v = L::template load<count, Peel>(column + i) + by_t(x.template load<count>(i));
-            if constexpr (Two) v = v + by_u(y.template load<count>(i));
-            L::template store<count, Peel>(column + i, v);
-        });
+        sweep_rows<E, turn>(
+            {from, to, peel}, [&](vrn_int i, auto count, auto) __attribute__((always_inline)) {
+                auto v = L::template load<count, Peel>(column + i) + by_t(x.template load<count>(i));
+                if constexpr (Two) v = v + by_u(y.template load<count>(i));
+                L::template store<count, Peel>(column + i, v);
+            });
     }
 }
 
@@ -73,8 +74,8 @@ template <bool Two, bool Peel, class E, class A>
     if (incx == 1 && incy == 1)
         rank_columns<Two, Peel>(lower, offset, count, n, alpha, stream<true, E>{x, 1}, stream<true, E>{y, 1}, a, lda);
     else
-        rank_columns<Two, Peel>(lower, offset, count, n, alpha, stream<false, E>{x, incx}, stream<false, E>{y, incy}, a,
-                                lda);
+        rank_columns<Two, Peel>(lower, offset, count, n, alpha, stream<false, E>{x, incx}, stream<false, E>{y, incy},
+                                a, lda);
 }
 
 } // namespace vrn::blas

@@ -1,5 +1,5 @@
-// blas/level2/staging.hpp - what the walks over a matrix share: blocks, slices of strided vectors in stack buffers, so
-// that the inner kernels see unit strides, and option letters.
+// blas/level2/staging.hpp - what the walks over a matrix share: blocks, slices of strided vectors in stack buffers,
+// so that the inner kernels see unit strides, and option letters.
 #pragma once
 
 #include "blas/level1/update.hpp"

@@ -1,4 +1,5 @@
-// blas/level2/symv.hpp - y := alpha A x + beta y, A symmetric or Hermitian, one triangle stored. Instantiated by symv.cpp.
+// blas/level2/symv.hpp - y := alpha A x + beta y, A symmetric or Hermitian, one triangle stored. Instantiated by
+// symv.cpp.
 //
 // One sweep reads each stored column once and uses it twice: added to y, as in axpy, and multiplied with x, for the
 // element of y on the diagonal. Columns in two pairs at a time, so that x and y are loaded once for four:
@@ -9,8 +10,8 @@
 // Unit strides run on the caller's vectors. Other strides go by blocks of 128 columns and 1000 rows through stack
 // buffers, two vectors each way. Nothing is allocated. An imaginary part on the diagonal is not read.
 //
-// The bits do not depend on addresses, but where the caller allows it (Peel): a group's rows then start at an aligned element
-// of y.
+// The bits do not depend on addresses, but where the caller allows it (Peel): a group's rows then start at an aligned
+// element of y.
 #pragma once
 
 #include "blas/level2/beta.hpp"
@@ -37,46 +38,36 @@ E on_diagonal(E a)
     else return a;
 }
 
-// The columns of a square on the diagonal, or of a rectangle beside it, and the vectors that they meet at unit stride:
-// t is alpha x.
+// The columns of a square on the diagonal, or of a rectangle beside it, and the vectors that they meet at unit
+// stride: t is alpha x.
 template <bool Peel, class E>
-[[gnu::noinline, gnu::flatten]] void symv_square(bool lower, vrn_int first, vrn_int end, vrn_int n, E alpha, const E* a,
-                                                 vrn_int lda, const E* x, E* y)
+[[gnu::noinline, gnu::flatten]] void symv_square(bool lower, vrn_int first, vrn_int end, vrn_int n, E alpha,
+                                                 const E* a, vrn_int lda, const E* x, E* y)
 {
     constexpr bool hermitian = simd::element<E>::parts == 2;
-    column_groups<symv_group<E>>(end - first, [&](vrn_int g, auto columns) __attribute__((always_inline)) {
-        const vrn_int j = first + g;
-        E t[columns];
-        for (int c = 0; c < columns; ++c) t[c] = alpha * x[j + c];
-        for (int c = 0; c < columns; ++c) {
-            const E* column = a + j + (j + c) * lda;
-            y[j + c] = y[j + c] + t[c] * on_diagonal(column[c]);
-            for (int r = lower ? c + 1 : 0; r < (lower ? columns : c); ++r) {
-                y[j + r] = y[j + r] + t[c] * column[r];
-                y[j + c] = y[j + c] + t[r] * mirrored(column[r]);
+    column_groups<symv_group<E>>(
+        end - first, [&](vrn_int g, auto columns) __attribute__((always_inline)) {
+            const vrn_int j = first + g;
+            E t[columns];
+            for (int c = 0; c < columns; ++c) t[c] = alpha * x[j + c];
+            for (int c = 0; c < columns; ++c) {
+                const E* column = a + j + (j + c) * lda;
+                y[j + c] = y[j + c] + t[c] * on_diagonal(column[c]);
+                for (int r = lower ? c + 1 : 0; r < (lower ? columns : c); ++r) {
+                    y[j + r] = y[j + r] + t[c] * column[r];
+                    y[j + c] = y[j + c] + t[r] * mirrored(column[r]);
+                }
             }
-        }
-        const vrn_int from = lower ? j + columns : 0, to = lower ? n : j;
-        vrn_int peel = 0;
-        if constexpr (Peel) peel = peel_count(y + from, to - from);
-        cross_columns<columns, hermitian>({from, to, peel}, a + j * lda, lda, t, y, x, alpha, y + j);
-    });
-}
-
-template <class E>
-[[gnu::noinline, gnu::flatten]] void symv_rectangle(vrn_int rows, vrn_int columns_here, E alpha, const E* a, vrn_int lda,
-                                                    const E* x_along, E* y_along, const E* x, E* y)
-{
-    column_groups<symv_group<E>>(columns_here, [&](vrn_int j, auto columns) __attribute__((always_inline)) {
-        E t[columns];
-        for (int c = 0; c < columns; ++c) t[c] = alpha * x_along[j + c];
-        cross_columns<columns, simd::element<E>::parts == 2>({0, rows}, a + j * lda, lda, t, y, x, alpha, y_along + j);
-    });
+            const vrn_int from = lower ? j + columns : 0, to = lower ? n : j;
+            vrn_int peel = 0;
+            if constexpr (Peel) peel = peel_count(y + from, to - from);
+            cross_columns<columns, hermitian>({from, to, peel}, a + j * lda, lda, t, y, x, alpha, y + j);
+        });
 }
 
 template <bool Peel, class E>
-[[gnu::noinline]] void symv_staged(bool lower, vrn_int first, vrn_int end, vrn_int n, E alpha, const E* a, vrn_int lda,
-                                   const E* x, vrn_int incx, E* y, vrn_int incy)
+[[gnu::noinline]] void symv_staged(bool lower, vrn_int first, vrn_int end, vrn_int n, E alpha, const E* a,
+                                   vrn_int lda, const E* x, vrn_int incx, E* y, vrn_int incy)
 {
     alignas(64) E x_along[staged_columns], y_along[staged_columns], x_rows[staged_rows], y_rows[staged_rows];
     blocks_of(end - first, staged_columns, [&](vrn_int g, vrn_int columns) {
@@ -89,7 +80,7 @@ template <bool Peel, class E>
             const vrn_int i = from + b;
             copy_in(rows, x + i * incx, incx, x_rows);
             copy_in(rows, y + i * incy, incy, y_rows);
-            symv_rectangle(rows, columns, alpha, a + i + j * lda, lda, x_along, y_along, x_rows, y_rows);
+            cross_block<symv_group<E>>(rows, columns, alpha, a + i + j * lda, lda, x_along, y_rows, x_rows, y_along);
             copy_out(rows, y_rows, y + i * incy, incy);
         });
         copy_out(columns, y_along, y + j * incy, incy);
@@ -98,8 +89,8 @@ template <bool Peel, class E>
 
 // y += alpha A x by the stored columns first .. end-1; x and y begin at their elements of index 0.
 template <bool Peel, class E>
-[[gnu::always_inline]] inline void symv_columns(bool lower, vrn_int first, vrn_int end, vrn_int n, E alpha, const E* a,
-                                                vrn_int lda, const E* x, vrn_int incx, E* y, vrn_int incy)
+[[gnu::always_inline]] inline void symv_columns(bool lower, vrn_int first, vrn_int end, vrn_int n, E alpha,
+                                                const E* a, vrn_int lda, const E* x, vrn_int incx, E* y, vrn_int incy)
 {
     if (incx == 1 && incy == 1) symv_square<Peel>(lower, first, end, n, alpha, a, lda, x, y);
     else symv_staged<Peel>(lower, first, end, n, alpha, a, lda, x, incx, y, incy);
@@ -124,8 +115,8 @@ void symv(const char* uplo, vrn_int n, E alpha, const E* a, vrn_int lda, const E
 
 // y := alpha A x by the columns first .. last: what they add is all that stands in the part of y that they reach.
 template <class E>
-void symv_slice(const char* uplo, vrn_int last, vrn_int first, vrn_int n, E alpha, const E* a, vrn_int lda, const E* x,
-                vrn_int incx, E* y)
+void symv_slice(const char* uplo, vrn_int last, vrn_int first, vrn_int n, E alpha, const E* a, vrn_int lda,
+                const E* x, vrn_int incx, E* y)
 {
     if (last < first) return;
     const bool lower = is_letter(uplo, 'L');

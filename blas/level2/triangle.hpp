@@ -1,8 +1,8 @@
-// blas/level2/triangle.hpp - x := op(T) x and x := inv(op(T)) x for a small triangle T, x of unit stride. The inner kernel
-// of trmv (up to 64 columns) and of trsv (32).
+// blas/level2/triangle.hpp - x := op(T) x and x := inv(op(T)) x for a small triangle T, x of unit stride. The inner
+// kernel of trmv (up to 64 columns) and of trsv (32).
 //
-// Columns in groups. A group's own square is done element by element; what it shares with the rest of x is a rectangle,
-// done by add_columns (T as stored) or dot_columns (transposed):
+// Columns in groups. A group's own square is done element by element; what it shares with the rest of x is a
+// rectangle, done by add_columns (T as stored) or dot_columns (transposed):
 //
 //                  as stored                          transposed
 //     multiply     rectangle, then square             square, then rectangle
@@ -56,8 +56,12 @@ cplx<R> quotient(cplx<R> a, cplx<R> b)
 template <triangle K, int Columns, class E>
 [[gnu::always_inline]] inline void triangle_square(const E* a, vrn_int lda, E* x)
 {
-    const auto at = [&](int r, int c) __attribute__((always_inline)) { return maybe_conj<K.conjugated>(a[r + c * lda]); };
-    const auto on_diagonal = [&](int c) __attribute__((always_inline)) {
+    const auto at = [&](int r, int c) __attribute__((always_inline))
+    {
+        return maybe_conj<K.conjugated>(a[r + c * lda]);
+    };
+    const auto on_diagonal = [&](int c) __attribute__((always_inline))
+    {
         if constexpr (!K.unit) x[c] = K.solve ? quotient(x[c], at(c, c)) : at(c, c) * x[c];
     };
     unroll<Columns>([&](auto step) __attribute__((always_inline)) {
@@ -99,24 +103,26 @@ template <bool Forward, int Widest, class Body>
 template <triangle K, class E>
 [[gnu::noinline, gnu::flatten]] void triangle_block(vrn_int n, const E* a, vrn_int lda, E* x)
 {
-    groups_toward<K.forward(), triangle_group<E>>(n, [&](vrn_int j, auto columns) __attribute__((always_inline)) {
-        const E* const column = a + j * lda;
-        const rows_of rest = K.upper ? rows_of{0, j} : rows_of{j + columns, n};
-        const auto rectangle = [&]() __attribute__((always_inline)) {
-            const E factor = K.solve ? E{} - simd::unity<E> : simd::unity<E>;
-            if constexpr (K.transposed) {
-                dot_columns<columns, K.conjugated, false>(rest, column, lda, x, factor, x + j);
-            } else {
-                E t[columns];
-                for (int c = 0; c < columns; ++c) t[c] = factor * x[j + c];
-                add_columns<columns, false>(rest, column, lda, t, x);
-            }
-        };
-        constexpr bool square_first = K.solve != K.transposed;
-        if constexpr (!square_first) rectangle();
-        triangle_square<K, columns>(column + j, lda, x + j);
-        if constexpr (square_first) rectangle();
-    });
+    groups_toward<K.forward(), triangle_group<E>>(
+        n, [&](vrn_int j, auto columns) __attribute__((always_inline)) {
+            const E* const column = a + j * lda;
+            const rows_of rest = K.upper ? rows_of{0, j} : rows_of{j + columns, n};
+            const auto rectangle = [&]() __attribute__((always_inline))
+            {
+                const E factor = K.solve ? E{} - simd::unity<E> : simd::unity<E>;
+                if constexpr (K.transposed) {
+                    dot_columns<columns, K.conjugated, false>(rest, column, lda, x, factor, x + j);
+                } else {
+                    E t[columns];
+                    for (int c = 0; c < columns; ++c) t[c] = factor * x[j + c];
+                    add_columns<columns, false>(rest, column, lda, t, x);
+                }
+            };
+            constexpr bool square_first = K.solve != K.transposed;
+            if constexpr (!square_first) rectangle();
+            triangle_square<K, columns>(column + j, lda, x + j);
+            if constexpr (square_first) rectangle();
+        });
 }
 
 template <class E>

@@ -3,11 +3,11 @@
 
 using vrn::simd::cplx;
 
-#define VRN_TRMV(name, E)                                                                                     \
-    VRN_EXPORT void name(const char* uplo, const char* trans, const char* diag, const vrn_int* n, const E* a, \
-                         const vrn_int* lda, E* x, const vrn_int* incx)                                       \
-    {                                                                                                         \
-        vrn::blas::trmv(uplo, trans, diag, *n, a, *lda, x, *incx);                                            \
+#define VRN_TRMV(name, E)                                                                                            \
+    VRN_EXPORT void name(const char* uplo, const char* trans, const char* diag, const vrn_int* n, const E* a,        \
+                         const vrn_int* lda, E* x, const vrn_int* incx)                                              \
+    {                                                                                                                \
+        vrn::blas::trmv(uplo, trans, diag, *n, a, *lda, x, *incx);                                                   \
     }
 
 VRN_TRMV(vrn_blas_s42_xstrmv, float)
@@ -15,12 +15,12 @@ VRN_TRMV(vrn_blas_s42_xdtrmv, double)
 VRN_TRMV(vrn_blas_s42_xctrmv, cplx<float>)
 VRN_TRMV(vrn_blas_s42_xztrmv, cplx<double>)
 
-#define VRN_TRMV_SLICE(name, E)                                                                               \
-    VRN_EXPORT void name(const char* uplo, const char* trans, const char* diag, const vrn_int* n, const E* a, \
-                         const vrn_int* lda, const E* x, const vrn_int* incx, const vrn_int* first,           \
-                         const vrn_int* last, E* y)                                                           \
-    {                                                                                                         \
-        vrn::blas::trmv_slice(uplo, trans, diag, *n, a, *lda, x, *incx, *first, *last, y);                    \
+#define VRN_TRMV_SLICE(name, E)                                                                                      \
+    VRN_EXPORT void name(const char* uplo, const char* trans, const char* diag, const vrn_int* n, const E* a,        \
+                         const vrn_int* lda, const E* x, const vrn_int* incx, const vrn_int* first,                  \
+                         const vrn_int* last, E* y)                                                                  \
+    {                                                                                                                \
+        vrn::blas::trmv_slice(uplo, trans, diag, *n, a, *lda, x, *incx, *first, *last, y);                           \
     }
 
 VRN_TRMV_SLICE(vrn_blas_s42_xstrmv_in_thread, float)

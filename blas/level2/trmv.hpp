@@ -1,8 +1,8 @@
-// blas/level2/trmv.hpp - x := op(A) x and the solution of op(A) x = b over b, A triangular. Instantiated by trmv.cpp and
-// trsv.cpp.
+// blas/level2/trmv.hpp - x := op(A) x and the solution of op(A) x = b over b, A triangular. Instantiated by trmv.cpp
+// and trsv.cpp.
 //
-// Columns of A in blocks: a small triangle on the diagonal, done by triangle.hpp on a copy of its part of x where x is
-// strided, and the rectangle between it and the far side of A, which is a gemv:
+// Columns of A in blocks: a small triangle on the diagonal, done by triangle.hpp on a copy of its part of x where x
+// is strided, and the rectangle between it and the far side of A, which is a gemv:
 //
 //     upper  [ \ | rectangle | ]      lower  [ \                 ]     as stored the rectangle adds to x, transposed
 //            [   |  triangle | ]             [ triangle   \      ]     it adds to the block
@@ -85,9 +85,7 @@ void trmv(const char* uplo, const char* trans, const char* diag, vrn_int n, cons
         const E* const rectangle = a + rows.from + j * lda;
         E* const block = part_of(x, j, columns, incx);
         E* const rest = part_of(x, rows.from, rows.count, incx);
-        const auto multiply = [&] {
-            on_unit_stride(kernel, columns, a + j + j * lda, lda, x + j * incx, incx);
-        };
+        const auto multiply = [&] { on_unit_stride(kernel, columns, a + j + j * lda, lda, x + j * incx, incx); };
         // The block of the walk that has no rectangle is its first as stored and its last transposed.
         if (rows.count < 1) return multiply();
         if (k.transposed) {

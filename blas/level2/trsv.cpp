@@ -3,11 +3,11 @@
 
 using vrn::simd::cplx;
 
-#define VRN_TRSV(name, E)                                                                                     \
-    VRN_EXPORT void name(const char* uplo, const char* trans, const char* diag, const vrn_int* n, const E* a, \
-                         const vrn_int* lda, E* x, const vrn_int* incx)                                       \
-    {                                                                                                         \
-        vrn::blas::trsv(uplo, trans, diag, *n, a, *lda, x, *incx);                                            \
+#define VRN_TRSV(name, E)                                                                                            \
+    VRN_EXPORT void name(const char* uplo, const char* trans, const char* diag, const vrn_int* n, const E* a,        \
+                         const vrn_int* lda, E* x, const vrn_int* incx)                                              \
+    {                                                                                                                \
+        vrn::blas::trsv(uplo, trans, diag, *n, a, *lda, x, *incx);                                                   \
     }
 
 VRN_TRSV(vrn_blas_s42_strsv, float)

@@ -8,6 +8,7 @@
 #pragma once
 
 #include "blas/level3/triangle_of_c.hpp"
+#include "blas/level3/wide.hpp"
 
 namespace vrn::blas::level3 {
 
@@ -57,24 +58,43 @@ void unblocked(const symmetric_product<E>& o)
             }
 }
 
-// The diagonal block of order n at a, whole. Squares of eight at a time, since one of the two sides goes across.
+// The diagonal block of order n at a, whole, its columns as close as they come: those of a small block, 256 elements
+// apart, would all meet in the same cache sets. Squares of a vector's length are turned in registers.
 template <kind K, class E>
 void expand(bool upper, vrn_int n, const E* a, vrn_int lda, E* square)
 {
-    constexpr vrn_int side = 8;
-    for (vrn_int j0 = 0; j0 < n; j0 += side)
-        for (vrn_int i0 = upper ? 0 : j0; i0 < (upper ? j0 + side : n); i0 += side)
-            for (vrn_int j = j0; j < least(j0 + side, n); ++j) {
-                const vrn_int from = upper || i0 > j ? i0 : j;
-                const vrn_int to = least(i0 + side, upper ? j + 1 : n);
-                for (vrn_int i = from; i < to; ++i) {
-                    const E x = a[i + j * lda];
-                    square[i + j * symm_block] = x;
-                    square[j + i * symm_block] = mirrored<K>(x);
+    using V = simd::vec<real_of<E>>;
+    constexpr vrn_int side = is_complex<E> ? 2 : V::lanes;
+    const auto mirror = [&](vrn_int i, vrn_int j) {
+        const E x = a[i + j * lda];
+        square[i + j * n] = x;
+        square[j + i * n] = mirrored<K>(x);
+    };
+    for (vrn_int j0 = 0; j0 < n; j0 += side) {
+        const vrn_int j1 = least(j0 + side, n);
+        for (vrn_int j = j0; j < j1; ++j)
+            for (vrn_int i = upper ? j0 : j; i < (upper ? j + 1 : j1); ++i) mirror(i, j);
+        vrn_int i = upper ? 0 : j1;
+        const vrn_int end = upper ? j0 : n;
+        if (j1 - j0 == side)
+            for (; i + side <= end; i += side) {
+                if constexpr (is_complex<E>) {
+                    mirror(i, j0), mirror(i + 1, j0), mirror(i, j0 + 1), mirror(i + 1, j0 + 1);
+                } else {
+                    V x[side];
+                    for (int c = 0; c < side; ++c) {
+                        x[c] = V::loadu(a + i + (j0 + c) * lda);
+                        x[c].storeu(square + i + (j0 + c) * n);
+                    }
+                    turn(x);
+                    for (int c = 0; c < side; ++c) x[c].storeu(square + j0 + (i + c) * n);
                 }
             }
+        for (; i < end; ++i)
+            for (vrn_int j = j0; j < j1; ++j) mirror(i, j);
+    }
     if constexpr (K == kind::hermitian)
-        for (vrn_int i = 0; i < n; ++i) make_real(square[i + i * symm_block]);
+        for (vrn_int i = 0; i < n; ++i) make_real(square[i + i * n]);
 }
 
 // C's block [from, to) += alpha A[from.., c..] B[c..], or the same from the right, for `count` others from j on.
@@ -115,7 +135,7 @@ void multiply_symmetric(const symmetric_product<E>& o)
             };
             if (from > 0) beside(0, from, o.left != o.upper);
             symm::expand<K>(o.upper, to - from, o.a + from * (o.lda + 1), o.lda, square);
-            multiply(symm::part<E>(o, from, to, from, to, j, count, "N", square, symm_block));
+            multiply(symm::part<E>(o, from, to, from, to, j, count, "N", square, to - from));
             if (to < order) beside(to, order, o.left == o.upper);
         }
     }

@@ -94,8 +94,8 @@ void diagonal(const record<E>& r, const triangle_of_c<E>& t, vrn_int from, vrn_i
         alignas(16) E square[tile * tile];
         r.kernel(width, width, kb, r.a_panels() + j * depth, b, E{}, square, tile);
         const triangle_of_c<E> own = t.part(j, width);
-        if (beta == E{}) scale_triangle<kind::symmetric>(own, beta);
-        add_triangle<K>(own, square, tile);
+        if (beta == E{}) take_triangle<K, true>(own, square, tile);
+        else take_triangle<K, false>(own, square, tile);
         const vrn_int first = t.upper ? from : j + width, rows = t.upper ? j - from : to - first;
         if (rows > 0)
             r.kernel(rows, width, kb, r.a_panels() + first * depth, b, beta, t.c + first + j * t.ldc, t.ldc);
@@ -143,6 +143,34 @@ void block(const rank_update<E>& u)
     }
 }
 
+// Small orders with the rows of A contiguous are not packed: columns in strips, the square of a strip computed whole.
+// Complex numbers gain by packing sooner.
+template <class E>
+inline constexpr vrn_int small_order = is_complex<E> ? 8 : 48;
+inline constexpr vrn_int strip = 16, small_depth = 64;
+template <kind K, class E>
+void small(const rank_update<E>& u)
+{
+    const triangle_of_c<E>& t = u.t;
+    for (vrn_int j = 0; j < t.n; j += strip) {
+        const vrn_int width = least(strip, t.n - j);
+        alignas(16) E square[strip * strip];
+        const triangle_of_c<E> own = t.part(j, width);
+        multiply_unpacked(rectangle<K>(u, j, j, width, width, E{}, square, strip));
+        if (u.beta == E{}) {
+            take_triangle<K, true>(own, square, strip);
+        } else {
+            if (K == kind::hermitian || !(u.beta == one<E>)) scale_triangle<K>(own, u.beta);
+            take_triangle<K, false>(own, square, strip);
+        }
+        const vrn_int first = t.upper ? 0 : j + width, rows = t.upper ? j : t.n - first;
+        if (rows < 1) continue;
+        E* const c = t.c + first + j * t.ldc;
+        if (K == kind::hermitian) scale_rectangle<K>(rows, width, u.beta, c, t.ldc);
+        multiply_unpacked(rectangle<K>(u, first, j, rows, width, K == kind::hermitian ? one<E> : u.beta, c, t.ldc));
+    }
+}
+
 // Parts of equal size, a multiple of 4; the last takes what is left.
 template <kind K, class E>
 void split(const rank_update<E>& u)
@@ -151,6 +179,7 @@ void split(const rank_update<E>& u)
     if constexpr (!is_complex<E>)
         if (n == 4)
             return syrk_4k(u.t.upper, u.normal, u.k, u.alpha, u.a, u.lda, u.beta, u.t.c, u.t.ldc);
+    if (u.normal && n <= small_order<E> && u.k <= small_depth && !(u.alpha == E{})) return small<K>(u);
     const int count = part_count(u.normal ? syrk_parts_n : syrk_parts_t, n);
     if (n < 4 * count) return block<K>(u);
     const vrn_int step = n / count / 4 * 4;
@@ -159,8 +188,10 @@ void split(const rank_update<E>& u)
         const vrn_int to = from + step, rest = n - to;
         block<K>(u.part(from, step));
         const vrn_int i = u.t.upper ? from : to, j = u.t.upper ? to : from;
-        multiply(rectangle<K>(u, i, j, u.t.upper ? step : rest, u.t.upper ? rest : step, u.beta,
-                              u.t.beside(from, to), u.t.ldc));
+        const vrn_int m = u.t.upper ? step : rest, columns = u.t.upper ? rest : step;
+        E* const c = u.t.beside(from, to);
+        scale_rectangle<K>(m, columns, u.beta, c, u.t.ldc);
+        multiply(rectangle<K>(u, i, j, m, columns, one<E>, c, u.t.ldc));
     }
     block<K>(u.part(from, n - from));
 }

@@ -29,7 +29,7 @@ void rank_update_pst(const rank_update<E>& u)
     for (vrn_int j = 0; j < t.n; j += pst_stripe) {
         const vrn_int width = least(pst_stripe, t.n - j);
         multiply(syrk::rectangle<K>(u, j, j, width, width, E{}, square, pst_ld));
-        add_triangle<K>(t.part(j, width), square, pst_ld);
+        take_triangle<K, false>(t.part(j, width), square, pst_ld);
         const vrn_int first = t.upper ? 0 : j + width, rows = t.upper ? j : t.n - first;
         multiply(syrk::rectangle<K>(u, first, j, rows, width, one<E>, t.c + first + j * t.ldc, t.ldc));
     }

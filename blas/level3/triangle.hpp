@@ -119,7 +119,7 @@ bool is_subnormal(cplx<R> x)
 // ---- packed triangles ----
 
 // Groups of four rows: for each column the group's four coefficients, every one filling its vectors, so that the
-// kernels broadcast nothing. The squares on the diagonal have zeros above it, which nothing multiplies by.
+// kernels broadcast nothing. Above the diagonal of the last square of a group nothing stands, and nothing is read.
 template <class E>
 struct packed_triangle {
     static constexpr int groups = diagonal_rows / group_rows;
@@ -155,13 +155,16 @@ struct packed_triangle {
                         for (int r = 0; r < group_rows; ++r)
                             (*square)[j][r] = wide<E>::all(r < rows ? value(p[r * row]) : E{});
                 }
-            for (int j = 0; j < group_rows; ++j, p += column)
-                for (int r = 0; r < group_rows; ++r) {
-                    E x{};
-                    if (r < rows && j < r) x = value(p[r * row]);
-                    if (r < rows && j == r) x = diagonal(p + r * row);
-                    (*square)[j][r] = wide<E>::all(x);
-                }
+            unroll<group_rows>([&](auto j) {
+                unroll<group_rows>([&](auto r) {
+                    if constexpr (r >= j) {
+                        E x{};
+                        if (r < rows) x = r == j ? diagonal(p + r * row) : value(p[r * row]);
+                        (*square)[j][r] = wide<E>::all(x);
+                    }
+                });
+                p += column;
+            });
         }
     }
 };

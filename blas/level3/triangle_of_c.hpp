@@ -57,26 +57,34 @@ void scale_triangle(const triangle_of_c<E>& t, E beta)
     }
 }
 
-// x += w, numbers of either kind as their reals.
-template <class R>
+// A rectangle of C := beta times itself, of a Hermitian C as reals.
+template <kind K, class E>
+void scale_rectangle(vrn_int m, vrn_int n, E beta, E* c, vrn_int ldc)
+{
+    if constexpr (K == kind::hermitian) scale(2 * m, n, beta.re, reinterpret_cast<real_of<E>*>(c), 2 * ldc);
+    else scale(m, n, beta, c, ldc);
+}
+
+// x := x + w, or w where Store is set; numbers of either kind as their reals.
+template <bool Store, class R>
 void add_run(vrn_int n, const R* w, R* x)
 {
     using V = simd::vec<R>;
     vrn_int i = 0;
-    for (; i + V::lanes <= n; i += V::lanes) (V::loadu(x + i) + V::loadu(w + i)).storeu(x + i);
-    for (; i < n; ++i) x[i] = x[i] + w[i];
+    for (; i + V::lanes <= n; i += V::lanes) (Store ? V::loadu(w + i) : V::loadu(x + i) + V::loadu(w + i)).storeu(x + i);
+    for (; i < n; ++i) x[i] = Store ? w[i] : x[i] + w[i];
 }
 
-// The triangle += that of the square w.
-template <kind K, class E>
-void add_triangle(const triangle_of_c<E>& t, const E* w, vrn_int ldw)
+// The triangle of the square w, added to C's or put in its place.
+template <kind K, bool Store, class E>
+void take_triangle(const triangle_of_c<E>& t, const E* w, vrn_int ldw)
 {
     using R = real_of<E>;
     constexpr int parts = simd::element<E>::parts;
     for (vrn_int j = 0; j < t.n; ++j) {
         const vrn_int from = t.begin(j);
-        add_run((t.end(j) - from) * parts, reinterpret_cast<const R*>(w + from + j * ldw),
-                reinterpret_cast<R*>(t.c + from + j * t.ldc));
+        add_run<Store>((t.end(j) - from) * parts, reinterpret_cast<const R*>(w + from + j * ldw),
+                       reinterpret_cast<R*>(t.c + from + j * t.ldc));
         if constexpr (K == kind::hermitian) make_real(t.c[j + j * t.ldc]);
     }
 }

@@ -78,13 +78,17 @@ VRN_NAMES(c, std::complex<float>);
 VRN_NAMES(z, std::complex<double>);
 #undef VRN_NAMES
 
-constexpr vrn_int small_limit = 10;           // the unrolled kernels take m, n and k up to this
+constexpr vrn_int small_limit = 10;           // the unrolled kernels take m, n and k up to this,
+template <class T>
+constexpr vrn_int small_least = std::is_floating_point_v<T> ? 1 : 3; // and m and n from this
 constexpr std::int32_t mode_both_packed = 64; // of the driver: A and B are given as panels
 constexpr std::int32_t mode_one_thread = 2;
 
 // With the rows of A contiguous the unpacked path is faster than packing where A and B lie in the first-level
-// cache as they are: measured from n = 11 (1.7 times) to 64 (1.0 to 1.15 times), d and s.
-constexpr vrn_int unpacked_limit = 64;
+// cache as they are: measured from n = 11 (1.7 times) to 64 (1.0 to 1.15 times), d and s, and z likewise; c has to
+// shuffle an unpacked A into its two forms, and packs from 25 on (1.03 times at 31 and 32).
+template <class T>
+constexpr vrn_int unpacked_limit = std::is_same_v<T, std::complex<float>> ? 24 : 64;
 // It is so too where C is thin, since a packed element of the large operand is hardly used. Where that operand is
 // read across its columns the depth goes in slices, so that a slice stays in the second-level cache and the
 // first-level page table while pairs of columns of C pass over it: 2000 x 4 x 2000 doubles run at 15 GFLOP/s in
@@ -269,6 +273,7 @@ void gemm_road(const char* transa, const char* transb, const vrn_int* m, const v
     if (p.m == 0 || p.n == 0) return;
     if (p.alpha == T{} || p.k == 0) return scale(p);
     if (p.m <= small_limit && p.n <= small_limit && p.k <= small_limit) {
+        if (std::min(p.m, p.n) < small_least<T> && p.a_normal()) return unpacked_slices(p, p.k);
         scale(p);
         const T one{1};
         return backend(names<T>::gemm)(transa, transb, m, n, k, alpha, a, lda, b, ldb, &one, c, ldc);
@@ -277,7 +282,8 @@ void gemm_road(const char* transa, const char* transb, const vrn_int* m, const v
     const int threads = work >= threads_from ? threads::available() : 1;
     if (p.a_normal()) {
         if (p.m <= thin_limit || p.n <= thin_limit) return thin(p, threads);
-        if (p.m <= unpacked_limit && p.n <= unpacked_limit && p.k <= unpacked_limit) return unpacked_slices(p, p.k);
+        constexpr vrn_int limit = unpacked_limit<T>;
+        if (p.m <= limit && p.n <= limit && p.k <= limit) return unpacked_slices(p, p.k);
     }
     gemm_desc desc = described(p);
     if (p.m < desc.m_min || p.n < desc.n_min || p.k < desc.k_min)

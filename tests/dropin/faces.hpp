@@ -38,6 +38,8 @@ struct routine {
     }
 };
 
+inline std::ostream& operator<<(std::ostream& out, const routine& r) { return out << r.name; }
+
 struct report {
     std::string routine;
     std::int64_t argument;
