@@ -280,7 +280,8 @@ void hold_results(const face& f, const routine& r)
         if (s.m > 100 && (f.how != fortran || f.bits != 32)) continue;
         each_option(r, filled<R>(r, s), [&](const values<R>& v) {
             std::vector<values<R>> cases{v};
-            if (r.has("beta")) {
+            // The two products at once scale their results, a NaN too, where the published routines write.
+            if (r.has("beta") && !r.stem.starts_with("gem2v")) {
                 const std::string out = r.has("c") ? "c" : r.has("z") ? "z" : "y";
                 cases.push_back(v);
                 cases.back().scalar["beta"] = {};
