@@ -38,6 +38,8 @@ struct routine {
     }
 };
 
+inline std::ostream& operator<<(std::ostream& out, const routine& r) { return out << r.name; }
+
 struct report {
     std::string routine;
     std::int64_t argument;
@@ -83,7 +85,7 @@ struct values {
     std::map<std::string, std::vector<R>> array;
     std::vector<std::int64_t> indx;
     int layout = 0;                 // another value than the face's, to see it refused
-    std::array<double, 2> result{}; // or the index, as CBLAS counts
+    std::array<double, 2> result{}; // or the index, as the face counts
 };
 
 using word = std::intptr_t;
@@ -149,8 +151,8 @@ values<R> call(const face& f, const routine& r, values<R> v)
     else if (r.result == 'i' && f.cblas())
         v.result[0] = static_cast<double>(jump<std::size_t>(function, words, reals));
     else if (r.result == 'i' && f.bits == 64)
-        v.result[0] = static_cast<double>(jump<std::int64_t>(function, words, reals)) - 1;
-    else if (r.result == 'i') v.result[0] = jump<std::int32_t>(function, words, reals) - 1;
+        v.result[0] = static_cast<double>(jump<std::int64_t>(function, words, reals));
+    else if (r.result == 'i') v.result[0] = jump<std::int32_t>(function, words, reals);
     else if (r.result == 'c' && f.how == convention::fortran) {
         struct pair {
             R re, im;

@@ -1,11 +1,12 @@
 #!/usr/bin/env python3
 """Programs of others on the drop-in: each of three ways against the distribution's reference library.
 
-    programs_test.py python|lapack|verbose --lib DIR [--cc CC]
+    programs_test.py python|lapack|verbose|errors --lib DIR [--cc CC]
 
 python   NumPy and SciPy, as in scientific.py
 lapack   the distribution's LAPACK from C, as in lapack.c
 verbose  VRN_BLAS_VERBOSE tells what a program runs on
+errors   a bad argument ends a program that has no xerbla_ of its own
 """
 import argparse
 import os
@@ -63,8 +64,8 @@ def lapack(args, work):
             if way == "linked" and name != "reference":
                 continue
             told = run([program], dict(env, VRN_BLAS_VERBOSE="1"))
-            assert ("libvrn" in told.stderr or "vrn/libblas" in told.stderr) == ((way, name) != ("asked", "reference")), \
-                f"{way} {name}: {told.stderr}"
+            ours = told.stderr.startswith("vrn ")
+            assert ours == ((way, name) != ("asked", "reference")), f"{way} {name}: {told.stderr}"
 
 
 def verbose(args, work):
@@ -78,9 +79,24 @@ def verbose(args, work):
     assert told[2].startswith(told[1]) and last.startswith("vrn: cblas_dgemm ") and " m=3 n=5 k=4" in last, told[2]
 
 
+def errors(args, work):
+    """In a child each, since it ends there."""
+    library = f"import ctypes as c; b = c.CDLL({str(args.lib / 'libvrn_blas.so')!r}); n = c.byref(c.c_int(7)); "
+    for call, said in {
+        "b.dgemm_(b'N', b'X', *[n] * 11)": " ** On entry to DGEMM parameter number  2 had an illegal value\n",
+        "b.xerbla_(b'ZOO   rest', n, c.c_size_t(6))": " ** On entry to ZOO parameter number  7 had an illegal value\n",
+        "b.xerbla_array_(b'SEVENTHrest', n, n)": " ** On entry to SEVENTH parameter number  7 had an illegal value\n",
+        "b.cblas_dtrsv(102, 99, 111, 131, 7, n, 7, n, 1)":
+            "Parameter 2 to routine cblas_dtrsv was incorrect\nuplo has no value 99 here\n",
+        "raise SystemExit(b.lsame_(b'u', b'U') and not b.lsame_(b'`', b'@'))": "",
+    }.items():
+        done = subprocess.run([PYTHON, "-c", library + call], capture_output=True, text=True)
+        assert (done.returncode, done.stdout, done.stderr) == (1, "", said), f"{call}: {done}"
+
+
 def main():
     parser = argparse.ArgumentParser()
-    tests = {f.__name__: f for f in (python, lapack, verbose)}
+    tests = {f.__name__: f for f in (python, lapack, verbose, errors)}
     parser.add_argument("what", choices=tests)
     parser.add_argument("--lib", type=Path, required=True)
     parser.add_argument("--cc", default="cc")

@@ -1,4 +1,4 @@
-"""Ordinary work with NumPy and SciPy: every result is held to a bound here, those that a sound provider of the BLAS must
+"""Ordinary work with NumPy and SciPy: every result is held to a bound here, those that sound providers of the BLAS
 agree on up to rounding are also written to a file, and nothing hangs in threads, forks and pools.
 
     scientific.py OUTPUT.npz

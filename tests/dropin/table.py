@@ -17,7 +17,8 @@ with open(sys.argv[1], "w") as out:
             letter = "c" if REAL[e.type(a, "")] != e.type(a, "") else "r"
             return letter.upper() if whole == "array" else letter
         precision = "s" if REAL[e.element] == "float" else "d"
-        result = {None: "v", "complex": "c", "index": "i", "real": {"float": "s"}.get(e.returned, "d")}[e.routine.result]
+        real = "s" if e.returned == "float" else "d"
+        result = {None: "v", "complex": "c", "index": "i", "real": real}[e.routine.result]
         arguments = ", ".join(f"{{\"{a}\", '{kind(a)}'}}" for a in e.arguments)
         stem = e.routine.also if name != e.name else e.routine.name
         layout = int(isinstance(e.routine, Matrix))
