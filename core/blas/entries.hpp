@@ -4,6 +4,8 @@
 
 #include "core/blas/checks.hpp"
 #include "core/blas/gemm.hpp"
+#include "core/blas/level2.hpp"
+#include "core/blas/level3.hpp"
 #include "core/loader/loader.hpp"
 #include "frame/services.hpp"
 #include "vrn/blas.h"

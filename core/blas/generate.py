@@ -72,8 +72,8 @@ HEADER = """\
  * vrn/service.h), and nothing is written.
  *
  * Level 1 is that of Lawson, Hanson, Kincaid and Krogh (1979), on sparse vectors that of Dodson, Grimes and Lewis
- * (1991); level 2 that of Dongarra, Du Croz, Hammarling and Hanson (1988), level 3 that of Dongarra, Du Croz, Hammarling
- * and Duff (1990). In levels 2 and 3 a result that is scaled by a beta of zero is written and not read. */
+ * (1991); level 2 that of Dongarra, Du Croz, Hammarling and Hanson (1988), level 3 that of Dongarra, Du Croz,
+ * Hammarling and Duff (1990). In levels 2 and 3 a result that is scaled by a beta of zero is written and not read. */
 #ifndef VRN_BLAS_H
 #define VRN_BLAS_H
 

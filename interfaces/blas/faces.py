@@ -28,10 +28,10 @@ WITH_SUBROUTINE = {"dot", "dotu", "dotc", "nrm2", "asum", "amax", "cabs1"}
 
 class RowMajor:
     """How a row-major call becomes a column-major one on the transposed matrices. `swap` names pairs of arguments that
-    change places, `flip` the options that change sides. A conjugate that column-major storage cannot express is moved to
-    the vectors: with `conj` (only when the option asks for the conjugate transpose where "C") the vectors in `copy` are
-    conjugated into a copy, those in `turn` where they stand, before and after, and the scalars too. The lengths are those
-    after the swap. `target` is the routine to call instead."""
+    change places, `flip` the options that change sides. A conjugate that column-major storage cannot express is moved
+    to the vectors: with `conj` (only when the option asks for the conjugate transpose where "C") the vectors in `copy`
+    are conjugated into a copy, those in `turn` where they stand, before and after, and the scalars too. The lengths are
+    those after the swap. `target` is the routine to call instead."""
 
     def __init__(self, swap="", flip="", conj=None, copy=None, turn=None, scalars="", target=None):
         self.swap, self.flip = [p.split("/") for p in swap.split()], flip.split()
@@ -83,12 +83,13 @@ def is_complex(e):
     return REAL[e.element] != e.element
 
 
-def said(e, name, value):
-    """The line of a call at the second level of VRN_BLAS_VERBOSE: options and integers."""
-    told = [(a, e.kind(a)) for a in e.arguments if e.kind(a) in ("integer", "option")]
-    form = "".join(f" {a}=%{'c' if kind == 'option' else 'lld'}" for a, kind in told)
-    values = "".join(f", {value(a, kind)}" for a, kind in told)
-    return f"    VRN_SEEN(\"{name}{form}\"{values});"
+def said(e, symbol, option, integer, layout=False):
+    """The line of a call at the second level of VRN_BLAS_VERBOSE; `option` and `integer` give the value of an argument."""
+    told = [("layout", "%d", "int(layout)")] if layout else []
+    told += [(a, "%c", option(a)) if e.kind(a) == "option" else (a, "%lld", f"told({integer(a)})")
+             for a in e.arguments if e.kind(a) in ("integer", "option")]
+    form = " ".join([symbol] + [f"{a}={conversion}" for a, conversion, _ in told])
+    return f"    VRN_SEEN({', '.join([f'{chr(34)}{form}{chr(34)}'] + [value for _, _, value in told])});"
 
 
 def fortran(e, name):
@@ -96,7 +97,7 @@ def fortran(e, name):
     symbol = f"{name}_"
     kind = {None: "void", "complex": e.element, "index": "integer", "real": e.returned}[r.result]
     parameters = ", ".join(e.parameter(a, "integer") for a in e.arguments)
-    out = [said(e, symbol, lambda a, kind: f"*{a}" if kind == "option" else f"told(*{a})")]
+    out = [said(e, symbol, lambda a: f"*{a}", lambda a: f"*{a}")]
     for a, bad in r.checks:
         out.append(f"    if ({bad}) return illegal(\"{name.upper():6}\", {e.arguments.index(a) + 1});")
     call = ", ".join(e.arguments)
@@ -155,7 +156,7 @@ def cblas_vector(e, name):
     if e.routine.result == "index":
         value = f"from_zero({value})"
     return (f"{kind} {symbol}({parameters})\n{{\n"
-            + said(e, symbol, lambda a, kind: f"told({a}_)")
+            + said(e, symbol, None, lambda a: f"{a}_")
             + f"\n    {'return ' if kind != 'void' else ''}{value};\n}}\n")
 
 
@@ -170,8 +171,7 @@ def cblas_matrix(e, name):
     for a in options:
         first, letters, _ = ENUMERATIONS[a]
         out.append(f"    char {a}0 = letter({a}_, {first}, \"{letters}\");")
-    out.append(said(e, symbol + " layout=%d",
-                    lambda a, kind: f"{a}0" if kind == "option" else f"told({a}_)").replace('", ', '", int(layout), ', 1))
+    out.append(said(e, symbol, lambda a: f"{a}0", lambda a: f"{a}_", layout=True))
     out.append("    const bool row = layout == CblasRowMajor;")
     out.append("    if (!row && layout != CblasColMajor)\n"
                "        return cblas_xerbla(1, me, \"layout has no value %d\\n\", int(layout));")
@@ -204,7 +204,8 @@ def conjugated_call(e, rule, condition):
     out, call = [], {a: a for a in e.arguments}
     for v, n in rule.copy.items():
         out.append(f"        const conjugate_copy {v}1(*{n}, {v}, *inc{v});\n"
-                   f"        if ({v}1.data == nullptr) return cblas_xerbla(0, me, \"no memory for a copy of a vector\\n\");")
+                   f"        if ({v}1.data == nullptr)\n"
+                   f"            return cblas_xerbla(0, me, \"no memory for a copy of a vector\\n\");")
         call[v], call["inc" + v] = f"{v}1.data", f"&{v}1.stride"
     for a in rule.scalars:
         if a not in e.routine.real:
