@@ -479,3 +479,27 @@ TYPED_TEST(Level3, AllocatesAndWarnsAsTold)
         }
     host.refuse(host.never, host.never);
 }
+
+// Order 4 has a kernel of its own, which the driver takes at once and the host may call; it allocates nothing.
+TYPED_TEST(Level3, OrderFour)
+{
+    for (const char* letters : {"UN", "UT", "LN", "LC"})
+        for (const auto& [alpha, beta] : all_factors)
+            for (vrn_int k = 1; k < 8; ++k) {
+                const options o{letters, 0, 4, k, alpha, beta};
+                host.refuse(0, host.never);
+                if constexpr (!complex_type<TypeParam>) {
+                    EXPECT_TRUE(rank_update<TypeParam>("syrk", o));
+                    EXPECT_TRUE(rank_update<TypeParam>("syrk_4k", o));
+                    EXPECT_EQ(host.asked, 0);
+                }
+            }
+    host.refuse(host.never, host.never);
+}
+
+// Columns of a right-hand triangle go in larger blocks from 2000 on.
+TYPED_TEST(Level3, WideRightTriangles)
+{
+    for (const char* letters : {"RLNN", "RUTU"})
+        EXPECT_TRUE(triangular<TypeParam>("trsm", {letters, 3, 2001, 0, 2, 0}));
+}
