@@ -67,7 +67,8 @@ template <bool Peel, class E>
                     sum[r] = sum[r] + t[c] * mirrored(e);
                 });
             });
-            unroll<columns>([&](auto c) __attribute__((always_inline)) { y[j + c] = y[j + c] + sum[c]; });
+            unroll<columns>([&](auto c) __attribute__((always_inline)) { sum[c] = y[j + c] + sum[c]; });
+            put(sum, y + j);
         });
 }
 
