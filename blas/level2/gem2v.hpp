@@ -16,19 +16,9 @@ namespace vrn::blas {
 
 inline constexpr vrn_int gem2v_few = 4; // columns: less than these do not fill a group
 
-template <class E>
-using cross_function = void(vrn_int m, vrn_int n, E alpha, const E* a, vrn_int lda, const E* x, E* y, const E* z,
-                            E* w);
-
-// A narrow group has little to add up behind a short column, a wide one loads y and z for more columns.
-template <class E>
-cross_function<E>* gem2v_kernel(vrn_int m)
-{
-    constexpr int widest = simd::element<E>::parts == 1 ? 4 : 2;
-    if (m < 50) return cross_block<widest, E>;
-    if (m < 110) return cross_block<widest, E>;
-    return cross_block<widest, E>;
-}
+// Four at every length: groups of two or eight real columns, of one or two complex ones, were slower from m = 10 to
+// 1000, so the length of the columns chooses nothing.
+inline constexpr int gem2v_group = 4;
 
 template <class E>
 [[gnu::noinline]] void gem2v_columns(vrn_int m, vrn_int n, E alpha, const E* a, vrn_int lda, const E* x, vrn_int incx,
@@ -52,14 +42,13 @@ template <class E>
     y = vector_begin(y, m, incy);
     z = vector_begin(z, m, incz);
     w = vector_begin(w, n, incw);
-    const auto kernel = gem2v_kernel<E>(m);
     blocks_of(n, staged_columns, [&](vrn_int j, vrn_int columns) {
         copy_in(columns, x + j * incx, incx, x_part);
         copy_in(columns, w + j * incw, incw, w_part);
         blocks_of(m, staged_rows, [&](vrn_int i, vrn_int rows) {
             copy_in(rows, y + i * incy, incy, y_part);
             copy_in(rows, z + i * incz, incz, z_part);
-            kernel(rows, columns, alpha, a + i + j * lda, lda, x_part, z_part, y_part, w_part);
+            cross_block<gem2v_group>(rows, columns, alpha, a + i + j * lda, lda, x_part, z_part, y_part, w_part);
             copy_out(rows, z_part, z + i * incz, incz);
         });
         copy_out(columns, w_part, w + j * incw, incw);
@@ -75,7 +64,8 @@ void gem2v(vrn_int m, vrn_int n, E alpha, const E* a, vrn_int lda, const E* x, v
     scal(n, beta, w, incw);
     if (alpha == E{}) return;
     if (n < gem2v_few) return gem2v_columns(m, n, alpha, a, lda, x, incx, y, incy, z, incz, w, incw);
-    if (incx == 1 && incy == 1 && incz == 1 && incw == 1) return gem2v_kernel<E>(m)(m, n, alpha, a, lda, x, z, y, w);
+    if (incx == 1 && incy == 1 && incz == 1 && incw == 1)
+        return cross_block<gem2v_group>(m, n, alpha, a, lda, x, z, y, w);
     gem2v_staged(m, n, alpha, a, lda, x, incx, y, incy, z, incz, w, incw);
 }
 

@@ -13,6 +13,16 @@ namespace vrn::blas {
 template <int Count>
 using count_of = std::integral_constant<int, Count>;
 
+inline vec<double> packed(const double* v) { return {_mm_setr_pd(v[0], v[1])}; }
+inline vec<float> packed(const float* v) { return {_mm_setr_ps(v[0], v[1], v[2], v[3])}; }
+inline vec<double> packed(const cplx<double>* v) { return {_mm_setr_pd(v->re, v->im)}; }
+// By hand: with _mm_setr_ps here g++ 12 falls over its range propagation.
+inline vec<float> packed(const cplx<float>* v)
+{
+    const auto one = [](cplx<float> z) { return _mm_unpacklo_ps(_mm_set_ss(z.re), _mm_set_ss(z.im)); };
+    return {_mm_movelh_ps(one(v[0]), one(v[1]))};
+}
+
 // Calls body(count_of<count>) for a count of 1 to Most, or does nothing for 0.
 template <int Most, class Body>
 [[gnu::always_inline]] inline void with_count(vrn_int count, Body&& body)
@@ -69,6 +79,19 @@ struct lanes {
         }
     }
 };
+
+// Stores elements that are in registers, by vectors: stored one by one they would make the next load of a vector
+// wait.
+template <int Count, class E>
+[[gnu::always_inline]] inline void put(const E (&v)[Count], E* x)
+{
+    using L = lanes<E>;
+    if constexpr (Count % L::full == 0)
+        unroll<Count / L::full>([&](auto g) __attribute__((always_inline)) {
+            L::template store<L::full>(x + g * L::full, packed(v + g * L::full));
+        });
+    else unroll<Count>([&](auto i) __attribute__((always_inline)) { x[i] = v[i]; });
+}
 
 // Rows of a column: `peel` of them, fewer than a vector holds, come ahead of the first whole vector.
 struct rows_of {

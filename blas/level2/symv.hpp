@@ -20,7 +20,8 @@
 
 namespace vrn::blas {
 
-// Two pairs; of complex numbers one, whose factors and sums in two parts fill the registers.
+// Two pairs. Complex factors then no longer fit the registers and are met in memory, which is still 2 per cent faster
+// than one pair.
 template <class E>
 inline constexpr int symv_group = 4;
 
@@ -67,7 +68,8 @@ template <bool Peel, class E>
                     sum[r] = sum[r] + t[c] * mirrored(e);
                 });
             });
-            unroll<columns>([&](auto c) __attribute__((always_inline)) { y[j + c] = y[j + c] + sum[c]; });
+            unroll<columns>([&](auto c) __attribute__((always_inline)) { sum[c] = y[j + c] + sum[c]; });
+            put(sum, y + j);
         });
 }
 

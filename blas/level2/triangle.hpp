@@ -54,8 +54,10 @@ cplx<R> quotient(cplx<R> a, cplx<R> b)
 
 // x := op(T) x or inv(op(T)) x for the square of `Columns` columns.
 template <triangle K, int Columns, class E>
-[[gnu::always_inline]] inline void triangle_square(const E* a, vrn_int lda, E* x)
+[[gnu::always_inline]] inline void triangle_square(const E* a, vrn_int lda, E* block)
 {
+    E x[Columns]; // in registers: a chain through memory would be twice as long
+    unroll<Columns>([&](auto c) __attribute__((always_inline)) { x[c] = block[c]; });
     const auto at = [&](int r, int c) __attribute__((always_inline))
     {
         return maybe_conj<K.conjugated>(a[r + c * lda]);
@@ -84,6 +86,7 @@ template <triangle K, int Columns, class E>
             if constexpr (!K.solve) on_diagonal(c);
         }
     });
+    put(x, block);
 }
 
 // Groups as column_groups makes them, in either direction.

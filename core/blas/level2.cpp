@@ -81,7 +81,7 @@ struct names;
     struct names<T> {                                                                                                \
         static constexpr auto& gemv = vrn_slot_vrn_blas_s42_##gemv_name;                                             \
         static constexpr auto& ger = vrn_slot_vrn_blas_s42_##ger_name;                                               \
-        static constexpr auto& gerc = vrn_slot_vrn_blas_s42_##gerc_name;                                             \
+        [[maybe_unused]] static constexpr auto& gerc = vrn_slot_vrn_blas_s42_##gerc_name;                            \
         static constexpr auto& symv = vrn_slot_vrn_blas_s42_##symv_name;                                             \
         static constexpr auto& symv_slice = vrn_slot_vrn_blas_s42_##symv_slice_name;                                 \
         static constexpr auto& trmv = vrn_slot_vrn_blas_s42_##trmv_name;                                             \
