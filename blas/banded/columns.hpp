@@ -1,15 +1,18 @@
 // blas/banded/columns.hpp - the row loops of every sweep over band and packed columns.
 //
-//     axpy   y[i] += t0 a0[i] + t1 a1[i] + ...          dot   d_c = sum over i of a_c[i] x[i], or of conj(a_c[i])
-//     x[i] both   the two in one pass, for matrices of which one triangle is stored
+//     axpy   y[i] += t0 a0[i] + t1 a1[i] + ...
+//     dot    d_c = sum over i of a_c[i] x[i], or of conj(a_c[i]) x[i]
+//     both   the two in one pass, for matrices of which one triangle is stored
 //
 // N neighbouring columns run together over the rows that all of them reach, so that y and x are loaded once for N
 // columns. Rows go by vectors; what is left of a row block goes by the low lanes of one. A view tells how the
 // caller's vector lies: behind a stride each element fills a low lane. No address is looked at, except where a body
-// is asked to peel. Callers: general.hpp, symmetric.hpp, triangular.hpp.
+// is asked to peel. Callers: general.hpp, symmetric.hpp, triangular.hpp, packed/rank.hpp.
 #pragma once
 
 #include "blas/level1/dot.hpp"
+
+#include <type_traits>
 
 namespace vrn::blas::banded {
 
@@ -157,16 +160,21 @@ struct dots {
     }
 };
 
-// A matrix that does not stay in the second-level cache is fetched a kilobyte ahead: columns walked side by side hide
-// the one stream they are from the processor's own prefetch (a product with a band of 129 rows that lies in the third
-// level gains a fifth). Nearer data lose by it, so the sweep tells.
-inline constexpr vrn_int stays_in_cache = 1 << 20, fetched_ahead = 1024;
+// A matrix that does not stay in the second-level cache is fetched two kilobytes ahead in the way it is walked:
+// columns side by side hide from the processor's own prefetch that they are one stream. Nearer data lose by it.
+inline constexpr vrn_int stays_in_cache = 1 << 20, fetched_ahead = 2048;
+
+template <bool Ascending, class E>
+vrn_int fetch_distance(vrn_int elements)
+{
+    return elements * vrn_int{sizeof(E)} <= stays_in_cache ? 0 : Ascending ? fetched_ahead : -fetched_ahead;
+}
 
 // Of a short tail the block before it has fetched the line.
 template <int Bytes>
-[[gnu::always_inline]] inline void fetch(const void* p)
+[[gnu::always_inline]] inline void fetch(const void* p, vrn_int ahead)
 {
-    const auto line = reinterpret_cast<std::uintptr_t>(p) + fetched_ahead;
+    const auto line = reinterpret_cast<std::uintptr_t>(p) + static_cast<std::uintptr_t>(ahead);
     unroll<Bytes / 64>([&](auto l) __attribute__((always_inline)) {
         _mm_prefetch(reinterpret_cast<const char*>(line + 64 * l), _MM_HINT_T0);
     });
@@ -198,7 +206,7 @@ struct row_walk {
     X x;
     Y y;
     dots<N, Axpy, E>* sums;
-    bool streamed;
+    vrn_int ahead;
     static constexpr bool contiguous = A::contiguous && (!Axpy || Y::contiguous) && (!Dot || X::contiguous);
     static constexpr int width = contiguous ? per_vec<E> : 1;
 
@@ -219,30 +227,44 @@ struct row_walk {
     template <int Block>
     [[gnu::always_inline]] void block(vrn_int i) const
     {
-        if (Block * sizeof(E) >= 64 && streamed)
-            unroll<N>([&](auto c) __attribute__((always_inline)) { fetch<Block * sizeof(E)>(a.row(c, i)); });
+        if (Block * sizeof(E) >= 64 && ahead != 0)
+            unroll<N>([&](auto c) __attribute__((always_inline)) { fetch<Block * sizeof(E)>(a.row(c, i), ahead); });
         constexpr int w = Block < width ? Block : width;
         unroll<Block / w>([&](auto g) __attribute__((always_inline)) { rows<w, g>(i + g * w); });
     }
     [[gnu::always_inline]] void one(vrn_int i) const { rows<1, 0>(i); }
 };
 
-// The rows of a walk: blocks where all lies together, else by 8.
+// The rows of a walk: blocks where all lies together, else by 8. Blocks start at a multiple of a vector's length in
+// `place`, where the first row stands in its vector: aligned loads and stores where the vector itself is aligned, and
+// loads that find what the last group stored in one piece. Places are counted, addresses are not looked at.
 template <class Chain, class Walk>
-[[gnu::always_inline]] inline void run(span rows, const Walk& walk)
+[[gnu::always_inline]] inline void run(span rows, vrn_int place, const Walk& walk)
 {
+    if constexpr (Walk::width >= 2)
+        if (place % 2 != 0 && rows.first < rows.last) {
+            walk.one(rows.first++);
+            ++place;
+        }
+    if constexpr (Walk::width == 4)
+        if (place % 4 != 0 && rows.last - rows.first >= 2) {
+            walk.template block<2>(rows.first);
+            rows.first += 2;
+        }
     sweep(std::conditional_t<Walk::contiguous, Chain, steps<8>>{}, walk, rows.first, rows.last);
 }
 
-// Single rows until y is 16-byte aligned: from there on the split of the blocks depends on its address.
+// Single rows until y is 16-byte aligned: from there on the split of the blocks depends on its address, and the place
+// is 0.
 template <class Walk>
-[[gnu::always_inline]] inline void peel(span& rows, const Walk& walk)
+[[gnu::always_inline]] inline vrn_int peel(span& rows, const Walk& walk)
 {
     if constexpr (Walk::contiguous) {
         const auto* next = walk.y.at(rows.first);
         const vrn_int to = rows.first + static_cast<vrn_int>((-place(next) & 15) / sizeof *next);
         for (; rows.first < to && rows.first < rows.last; ++rows.first) walk.one(rows.first);
     }
+    return 0;
 }
 
 template <class Walk, int N, class E>
@@ -252,32 +274,33 @@ template <class Walk, int N, class E>
 }
 
 template <class Chain, bool Peel = false, int N, class E, class A, class Y>
-[[gnu::always_inline]] inline void axpy_columns(span rows, const A& a, const E (&t)[N], Y y, bool streamed)
+[[gnu::always_inline]] inline void axpy_columns(span rows, vrn_int place, const A& a, const E (&t)[N], Y y,
+                                                vrn_int ahead)
 {
-    row_walk<true, false, N, E, A, Y, Y> walk{a, {}, y, y, nullptr, streamed};
+    row_walk<true, false, N, E, A, Y, Y> walk{a, {}, y, y, nullptr, ahead};
     set_multipliers(walk, t);
-    if constexpr (Peel) peel(rows, walk);
-    run<Chain>(rows, walk);
+    if constexpr (Peel) place = peel(rows, walk);
+    run<Chain>(rows, place, walk);
 }
 
 template <class Chain, bool Conjugate, int N, class E, class X>
-[[gnu::always_inline]] inline void dot_columns(span rows, const columns<N, E>& a, X x, E (&d)[N], bool streamed)
+[[gnu::always_inline]] inline void dot_columns(span rows, const columns<N, E>& a, X x, E (&d)[N], vrn_int ahead)
 {
     dots<N, false, E> sums;
-    const row_walk<false, true, N, E, columns<N, E>, X, X> walk{a, {}, x, x, &sums, streamed};
-    run<Chain>(rows, walk);
+    const row_walk<false, true, N, E, columns<N, E>, X, X> walk{a, {}, x, x, &sums, ahead};
+    run<Chain>(rows, rows.first, walk);
     unroll<N>([&](auto c) __attribute__((always_inline)) { d[c] = sums.template total<Conjugate>(c); });
 }
 
 template <class Chain, bool Conjugate, bool Peel, int N, class E, class X, class Y>
 [[gnu::always_inline]] inline void both_columns(span rows, const columns<N, E>& a, const E (&t)[N], X x, Y y,
-                                                E (&d)[N], bool streamed)
+                                                E (&d)[N], vrn_int ahead)
 {
     dots<N, true, E> sums;
-    row_walk<true, true, N, E, columns<N, E>, X, Y> walk{a, {}, x, y, &sums, streamed};
+    row_walk<true, true, N, E, columns<N, E>, X, Y> walk{a, {}, x, y, &sums, ahead};
     set_multipliers(walk, t);
-    if constexpr (Peel) peel(rows, walk);
-    run<Chain>(rows, walk);
+    const vrn_int place = Peel ? peel(rows, walk) : rows.first;
+    run<Chain>(rows, place, walk);
     unroll<N>([&](auto c) __attribute__((always_inline)) { d[c] = sums.template total<Conjugate>(c); });
 }
 

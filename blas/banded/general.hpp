@@ -17,7 +17,7 @@ struct general_band {
     const E* a;
     vrn_int lda, m, n, kl, ku;
     const E* column(vrn_int j) const { return a + (j * lda + ku - j); }
-    bool streamed() const { return n * (kl + ku + 1) * vrn_int{sizeof(E)} > stays_in_cache; }
+    vrn_int ahead() const { return fetch_distance<true, E>(n * (kl + ku + 1)); }
     template <bool Cut>
     vrn_int top(vrn_int j) const
     {
@@ -44,9 +44,9 @@ template <band_op Op, bool Cut, int N, class E, class X, class Y>
     E t[N], d[N];
     if constexpr (Op == band_op::plain) {
         unroll<N>([&](auto c) __attribute__((always_inline)) { t[c] = alpha * x[j + c]; });
-        axpy_columns<typename band_rows<E>::axpy>(all, at, t, y, a.streamed());
+        axpy_columns<typename band_rows<E>::axpy>(all, all.first, at, t, y, a.ahead());
     } else {
-        dot_columns<typename band_rows<E>::dot, conjugate>(all, at, x, d, a.streamed());
+        dot_columns<typename band_rows<E>::dot, conjugate>(all, at, x, d, a.ahead());
     }
     if constexpr (N == 2) {
         const auto alone = [&](auto c, vrn_int i) __attribute__((always_inline))

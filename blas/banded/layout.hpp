@@ -21,7 +21,7 @@ struct band_triangle {
     vrn_int n, lda, k;
     const E* column(vrn_int j) const { return a + (j * lda + (Upper ? k - j : -j)); }
     vrn_int band() const { return k; }
-    bool streamed() const { return n * (k + 1) * vrn_int{sizeof(E)} > stays_in_cache; }
+    vrn_int elements() const { return n * (k + 1); }
     // Rows above j go from here, rows below j end here.
     vrn_int top(vrn_int j) const { return j > k ? j - k : 0; }
     vrn_int end(vrn_int j) const { return j + k + 1 < n ? j + k + 1 : n; }
@@ -41,7 +41,7 @@ struct packed_triangle {
     vrn_int n;
     const E* column(vrn_int j) const { return a + packed_column<Upper>(n, j); }
     vrn_int band() const { return n; }
-    bool streamed() const { return n * (n + 1) / 2 * vrn_int{sizeof(E)} > stays_in_cache; }
+    vrn_int elements() const { return n * (n + 1) / 2; }
     vrn_int top(vrn_int) const { return 0; }
     vrn_int end(vrn_int) const { return n; }
 };
@@ -65,6 +65,7 @@ struct group {
         if constexpr (!T::upper)
             if (common.last < common.first) common.last = common.first;
     }
+    vrn_int ahead() const { return fetch_distance<Ascending, E>(a.elements()); }
     [[gnu::always_inline]] vrn_int column(int c) const { return j0 + place(c); }
     [[gnu::always_inline]] E inner(int row, int c) const { return at.at[c][column(row)]; }
     [[gnu::always_inline]] E diagonal(int c) const { return inner(c, c); }

@@ -32,7 +32,7 @@ template <bool Peel, int N, class E, class T, class X, class Y>
         t[c] = alpha * xs[c];
         own[c] = diagonal_times(g.diagonal(c), t[c]);
     });
-    both_columns<typename symmetric_rows<E>::both, hermitian, Peel>(g.common, g.at, t, x, y, d, a.streamed());
+    both_columns<typename symmetric_rows<E>::both, hermitian, Peel>(g.common, g.at, t, x, y, d, g.ahead());
     g.each_inner([&](auto c, auto row) __attribute__((always_inline)) {
         const E v = g.inner(row, c);
         own[row] = own[row] + t[c] * v;

@@ -54,7 +54,7 @@ inline constexpr int symmetric_group = 2;
 
 template <class E, bool Packed>
 struct triangle_rows {
-    using blocks = steps<8, 2>;
+    using blocks = steps<8, 4, 2>;
     static constexpr int group = 2;
 };
 template <class E>

@@ -8,10 +8,10 @@ using vrn::simd::cplx;
 
 namespace {
 
-// Long systems with wide bands stay with pairs: four columns of more than 500 rows each no longer share the cache
-// with x.
+// Long systems with wide bands stay with pairs: four columns of 501 numbers of 16 bytes fill a first-level cache of
+// 32 KiB, and x has to lie there too.
 bool fours(const cplx<double>*, bool, vrn_int n, vrn_int k) { return n >= 64 && !(n >= 1001 && k > 500); }
-// Single precision makes the same work shorter: without transposition it takes 256 columns.
+// In single precision a column is half as long in bytes: without transposition the triangles count up to 256 columns.
 bool fours(const cplx<float>*, bool plain, vrn_int n, vrn_int k)
 {
     return n >= 64 && !(plain && n < 256) && !(n >= 1001 && k > 500);

@@ -59,11 +59,11 @@ template <triangle_op Op, int N, class T, class X>
     E own[N], d[N] = {};
     unroll<N>([&](auto c) __attribute__((always_inline)) { own[c] = x[g.column(c)]; });
     if constexpr (Op.transposed) {
-        dot_columns<blocks, Op.conjugate>(g.common, g.at, x, d, a.streamed());
+        dot_columns<blocks, Op.conjugate>(g.common, g.at, x, d, g.ahead());
         g.each_edge([&](auto c, vrn_int i)
                         __attribute__((always_inline)) { d[c] = d[c] + take(g.at.at[c][i]) * x[i]; });
     } else if constexpr (!Op.solve) {
-        axpy_columns<blocks>(g.common, g.at, own, x, a.streamed());
+        axpy_columns<blocks>(g.common, g.common.first, g.at, own, x, g.ahead());
         g.each_edge([&](auto c, vrn_int i) __attribute__((always_inline)) { x[i] = x[i] + own[c] * g.at.at[c][i]; });
     }
 
@@ -94,7 +94,7 @@ template <triangle_op Op, int N, class T, class X>
     if constexpr (Op.solve && !Op.transposed) {
         unroll<N>([&](auto c) __attribute__((always_inline)) { own[c] = negative(own[c]); });
         g.each_edge([&](auto c, vrn_int i) __attribute__((always_inline)) { x[i] = x[i] + own[c] * g.at.at[c][i]; });
-        axpy_columns<blocks>(g.common, g.at, own, x, a.streamed());
+        axpy_columns<blocks>(g.common, g.common.first, g.at, own, x, g.ahead());
     }
 }
 

@@ -48,7 +48,8 @@ template <bool Peel, bool Upper, int Rank, class E, class A, class S>
         // A real diagonal is a row like others.
         const vrn_int apart = hermitian ? 1 : 0;
         const span rows = Upper ? span{0, j + 1 - apart} : span{j + apart, n};
-        banded::axpy_columns<typename rank_rows<E>::blocks, Peel>(rows, s, t, unit_view<E>{column}, false);
+        banded::axpy_columns<typename rank_rows<E>::blocks, Peel>(rows, column - ap + rows.first, s, t,
+                                                                  unit_view<E>{column}, 0);
         if constexpr (hermitian) {
             E sum = t[0] * v[0];
             if constexpr (Rank == 2) sum = sum + t[1] * v[1];
