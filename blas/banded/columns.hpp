@@ -80,7 +80,11 @@ struct combination {
     };
     vec<E> sum;
     explicit combination(vec<E> y) : sum(y) {}
-    void add(multiplier m, vec<E> a) { sum = sum + m.t * a; }
+    template <bool First>
+    void add(multiplier m, vec<E> a)
+    {
+        sum = sum + m.t * a;
+    }
     vec<E> value() const { return sum; }
 };
 
@@ -91,17 +95,23 @@ struct combination<cplx<R>> {
         multiplier() = default;
         explicit multiplier(cplx<R> a) : re(vec<R>::all(a.re)), im(vec<R>::all(a.im)) {}
     };
-    vec<R> straight, cross = vec<R>::zero();
+    vec<R> straight, cross;
     explicit combination(vec<R> y) : straight(y) {}
+    template <bool First>
     void add(multiplier m, vec<R> a)
     {
         straight = straight + m.re * a;
-        cross = cross + m.im * a;
+        cross = First ? m.im * a : cross + m.im * a;
     }
     vec<R> value() const { return add_sub(straight, swap_parts(cross)); }
 };
 template <class E>
 using multiplier = typename combination<E>::multiplier;
+
+inline vec<float> interleave_low(vec<float> a, vec<float> b) { return {_mm_unpacklo_ps(a.v, b.v)}; }
+inline vec<float> interleave_high(vec<float> a, vec<float> b) { return {_mm_unpackhi_ps(a.v, b.v)}; }
+inline vec<double> interleave_low(vec<double> a, vec<double> b) { return {_mm_unpacklo_pd(a.v, b.v)}; }
+inline vec<double> interleave_high(vec<double> a, vec<double> b) { return {_mm_unpackhi_pd(a.v, b.v)}; }
 
 // One accumulator of a dot. Complex: a by x gives re re and im im, a by x with its parts swapped re im and im re;
 // conjugation is a matter of signs at the end.
@@ -137,9 +147,16 @@ struct dot_sum<cplx<R>> {
     template <bool Conjugate>
     cplx<R> total() const
     {
-        vec<R> s = same, c = cross;
-        if constexpr (vec<R>::lanes == 4) s = s + upper_half(s), c = c + upper_half(c);
-        return joined<Conjugate>(cplx<R>{s.lane(0), c.lane(1)}, cplx<R>{c.lane(0), s.lane(1)});
+        const vec<R> first = interleave_low(same, cross), second = interleave_high(same, cross);
+        vec<R> f, l; // the real products' and the cross products' sums, of real parts of x and of imaginary ones
+        if constexpr (vec<R>::lanes == 4) f = first + second, l = upper_half(f);
+        else f = first, l = second;
+        if constexpr (!Conjugate) {
+            const vec<R> z = add_sub(f, l);
+            return {z.lane(0), z.lane(1)};
+        }
+        const vec<R> z = add_sub(swap_parts(f), swap_parts(l));
+        return {z.lane(1), z.lane(0)};
     }
 };
 
@@ -219,7 +236,7 @@ struct row_walk {
         combination<E> sum(Axpy ? load<W>(y.at(i)) : V::zero());
         unroll<N>([&](auto c) __attribute__((always_inline)) {
             const V v = held(load<W>(a.row(c, i)));
-            if constexpr (Axpy) sum.add(t[c], v);
+            if constexpr (Axpy) sum.template add<c == 0>(t[c], v);
             if constexpr (Dot) sums->sum[c][turn].add(v, xi);
         });
         if constexpr (Axpy) store<W>(sum.value(), y.at(i));
@@ -233,7 +250,22 @@ struct row_walk {
         unroll<Block / w>([&](auto g) __attribute__((always_inline)) { rows<w, g>(i + g * w); });
     }
     [[gnu::always_inline]] void one(vrn_int i) const { rows<1, 0>(i); }
+    // A row that of the columns only C reaches.
+    template <int C>
+    [[gnu::always_inline]] void alone(vrn_int i) const
+    {
+        const auto v = held(load<1>(a.row(C, i)));
+        if constexpr (Axpy) {
+            combination<E> sum(load<1>(y.at(i)));
+            sum.template add<true>(t[C], v);
+            store<1>(sum.value(), y.at(i));
+        }
+        if constexpr (Dot) sums->sum[C][0].add(v, typename dot_sum<E>::operand(held(load<1>(x.at(i)))));
+    }
 };
+
+// Rows besides those that all columns reach: edges(body) calls body(column, row).
+inline constexpr auto no_edges = [](auto) {};
 
 // The rows of a walk: blocks where all lies together, else by 8. Blocks start at a multiple of a vector's length in
 // `place`, where the first row stands in its vector: aligned loads and stores where the vector itself is aligned, and
@@ -273,34 +305,38 @@ template <class Walk, int N, class E>
     unroll<N>([&](auto c) __attribute__((always_inline)) { walk.t[c] = multiplier<E>(t[c]); });
 }
 
-template <class Chain, bool Peel = false, int N, class E, class A, class Y>
+template <class Chain, bool Peel = false, int N, class E, class A, class Y, class Edges>
 [[gnu::always_inline]] inline void axpy_columns(span rows, vrn_int place, const A& a, const E (&t)[N], Y y,
-                                                vrn_int ahead)
+                                                vrn_int ahead, Edges edges)
 {
     row_walk<true, false, N, E, A, Y, Y> walk{a, {}, y, y, nullptr, ahead};
     set_multipliers(walk, t);
     if constexpr (Peel) place = peel(rows, walk);
     run<Chain>(rows, place, walk);
+    edges([&](auto c, vrn_int i) __attribute__((always_inline)) { walk.template alone<c>(i); });
 }
 
-template <class Chain, bool Conjugate, int N, class E, class X>
-[[gnu::always_inline]] inline void dot_columns(span rows, const columns<N, E>& a, X x, E (&d)[N], vrn_int ahead)
+template <class Chain, bool Conjugate, int N, class E, class X, class Edges>
+[[gnu::always_inline]] inline void dot_columns(span rows, const columns<N, E>& a, X x, E (&d)[N], vrn_int ahead,
+                                               Edges edges)
 {
     dots<N, false, E> sums;
     const row_walk<false, true, N, E, columns<N, E>, X, X> walk{a, {}, x, x, &sums, ahead};
     run<Chain>(rows, rows.first, walk);
+    edges([&](auto c, vrn_int i) __attribute__((always_inline)) { walk.template alone<c>(i); });
     unroll<N>([&](auto c) __attribute__((always_inline)) { d[c] = sums.template total<Conjugate>(c); });
 }
 
-template <class Chain, bool Conjugate, bool Peel, int N, class E, class X, class Y>
+template <class Chain, bool Conjugate, bool Peel, int N, class E, class X, class Y, class Edges>
 [[gnu::always_inline]] inline void both_columns(span rows, const columns<N, E>& a, const E (&t)[N], X x, Y y,
-                                                E (&d)[N], vrn_int ahead)
+                                                E (&d)[N], vrn_int ahead, Edges edges)
 {
     dots<N, true, E> sums;
     row_walk<true, true, N, E, columns<N, E>, X, Y> walk{a, {}, x, y, &sums, ahead};
     set_multipliers(walk, t);
     const vrn_int place = Peel ? peel(rows, walk) : rows.first;
     run<Chain>(rows, place, walk);
+    edges([&](auto c, vrn_int i) __attribute__((always_inline)) { walk.template alone<c>(i); });
     unroll<N>([&](auto c) __attribute__((always_inline)) { d[c] = sums.template total<Conjugate>(c); });
 }
 

@@ -41,24 +41,19 @@ template <band_op Op, bool Cut, int N, class E, class X, class Y>
     unroll<N>([&](auto c) __attribute__((always_inline)) { at.at[c] = a.column(j + c); });
     const vrn_int first = a.template top<Cut>(j), last = a.template end<Cut>(j + N - 1);
     const span all{a.template top<Cut>(j + N - 1), a.template end<Cut>(j)};
+    const auto edges = [&](auto body) __attribute__((always_inline))
+    {
+        if constexpr (N == 2) {
+            if (first < all.first) body(std::integral_constant<int, 0>{}, first);
+            if (all.last < last) body(std::integral_constant<int, 1>{}, last - 1);
+        }
+    };
     E t[N], d[N];
     if constexpr (Op == band_op::plain) {
         unroll<N>([&](auto c) __attribute__((always_inline)) { t[c] = alpha * x[j + c]; });
-        axpy_columns<typename band_rows<E>::axpy>(all, all.first, at, t, y, a.ahead());
+        axpy_columns<typename band_rows<E>::axpy>(all, all.first, at, t, y, a.ahead(), edges);
     } else {
-        dot_columns<typename band_rows<E>::dot, conjugate>(all, at, x, d, a.ahead());
-    }
-    if constexpr (N == 2) {
-        const auto alone = [&](auto c, vrn_int i) __attribute__((always_inline))
-        {
-            const E v = at.at[c][i];
-            if constexpr (Op == band_op::plain) y[i] = y[i] + t[c] * v;
-            else d[c] = d[c] + conjugated<conjugate>(v) * x[i];
-        };
-        constexpr std::integral_constant<int, 0> left;
-        constexpr std::integral_constant<int, 1> right;
-        if (first < all.first) alone(left, first);
-        if (all.last < last) alone(right, last - 1);
+        dot_columns<typename band_rows<E>::dot, conjugate>(all, at, x, d, a.ahead(), edges);
     }
     if constexpr (Op != band_op::plain)
         unroll<N>([&](auto c) __attribute__((always_inline)) { y[j + c] = y[j + c] + alpha * d[c]; });

@@ -80,19 +80,22 @@ struct group {
             });
         });
     }
-    // body(c, i) for the rows at the edge of the band.
-    template <class Body>
-    [[gnu::always_inline]] void each_edge(Body body) const
+    // The rows at the edge of the band, for columns.hpp.
+    [[gnu::always_inline]] auto edges() const
     {
-        if constexpr (!T::packed)
-            unroll<N>([&](auto c) __attribute__((always_inline)) {
-                constexpr int most = T::upper ? N - 1 - place(c) : place(c);
-                const vrn_int first = T::upper ? a.top(column(c)) : common.last;
-                const vrn_int last = T::upper ? common.first : a.end(column(c));
-                unroll<most>([&](auto r) __attribute__((always_inline)) {
-                    if (first + r < last) body(c, first + r);
+        return [&g = *this](auto body) __attribute__((always_inline))
+        {
+            (void)g; // packed columns have none
+            if constexpr (!T::packed)
+                unroll<N>([&](auto c) __attribute__((always_inline)) {
+                    constexpr int most = T::upper ? N - 1 - place(c) : place(c);
+                    const vrn_int first = T::upper ? g.a.top(g.column(c)) : g.common.last;
+                    const vrn_int last = T::upper ? g.common.first : g.a.end(g.column(c));
+                    unroll<most>([&](auto r) __attribute__((always_inline)) {
+                        if (first + r < last) body(c, first + r);
+                    });
                 });
-            });
+        };
     }
 };
 

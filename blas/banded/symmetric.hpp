@@ -32,16 +32,11 @@ template <bool Peel, int N, class E, class T, class X, class Y>
         t[c] = alpha * xs[c];
         own[c] = diagonal_times(g.diagonal(c), t[c]);
     });
-    both_columns<typename symmetric_rows<E>::both, hermitian, Peel>(g.common, g.at, t, x, y, d, g.ahead());
+    both_columns<typename symmetric_rows<E>::both, hermitian, Peel>(g.common, g.at, t, x, y, d, g.ahead(), g.edges());
     g.each_inner([&](auto c, auto row) __attribute__((always_inline)) {
         const E v = g.inner(row, c);
         own[row] = own[row] + t[c] * v;
         d[c] = d[c] + conjugated<hermitian>(v) * xs[row];
-    });
-    g.each_edge([&](auto c, vrn_int i) __attribute__((always_inline)) {
-        const E v = g.at.at[c][i];
-        y[i] = y[i] + t[c] * v;
-        d[c] = d[c] + conjugated<hermitian>(v) * x[i];
     });
     unroll<N>([&](auto c) __attribute__((always_inline)) { y[j0 + c] = y[j0 + c] + (own[c] + alpha * d[c]); });
 }

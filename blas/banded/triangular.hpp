@@ -30,21 +30,16 @@ cplx<R> negative(cplx<R> a)
 
 inline float quotient(float a, float b) { return a / b; }
 inline double quotient(double a, double b) { return a / b; }
-// Wide enough that nothing overflows on the way.
-inline cplx<float> quotient(cplx<float> a, cplx<float> b)
-{
-    const double re = a.re, im = a.im, c = b.re, d = b.im, size = c * c + d * d;
-    return {static_cast<float>((re * c + im * d) / size), static_cast<float>((im * c - re * d) / size)};
-}
 // By the larger part of b first (Smith 1962): b * conj(b) would overflow or vanish half-way up the exponents. What
 // depends on b alone is ready before a is, so a solution waits for one division a column.
-inline cplx<double> quotient(cplx<double> a, cplx<double> b)
+template <class R>
+cplx<R> quotient(cplx<R> a, cplx<R> b)
 {
     if (std::fabs(b.re) >= std::fabs(b.im)) {
-        const double r = b.im / b.re, size = b.re + b.im * r;
+        const R r = b.im / b.re, size = b.re + b.im * r;
         return {(a.re + a.im * r) / size, (a.im - a.re * r) / size};
     }
-    const double r = b.re / b.im, size = b.im + b.re * r;
+    const R r = b.re / b.im, size = b.im + b.re * r;
     return {(a.re * r + a.im) / size, (a.im * r - a.re) / size};
 }
 
@@ -59,12 +54,9 @@ template <triangle_op Op, int N, class T, class X>
     E own[N], d[N] = {};
     unroll<N>([&](auto c) __attribute__((always_inline)) { own[c] = x[g.column(c)]; });
     if constexpr (Op.transposed) {
-        dot_columns<blocks, Op.conjugate>(g.common, g.at, x, d, g.ahead());
-        g.each_edge([&](auto c, vrn_int i)
-                        __attribute__((always_inline)) { d[c] = d[c] + take(g.at.at[c][i]) * x[i]; });
+        dot_columns<blocks, Op.conjugate>(g.common, g.at, x, d, g.ahead(), g.edges());
     } else if constexpr (!Op.solve) {
-        axpy_columns<blocks>(g.common, g.common.first, g.at, own, x, g.ahead());
-        g.each_edge([&](auto c, vrn_int i) __attribute__((always_inline)) { x[i] = x[i] + own[c] * g.at.at[c][i]; });
+        axpy_columns<blocks>(g.common, g.common.first, g.at, own, x, g.ahead(), g.edges());
     }
 
     if constexpr (Op.solve) {
@@ -93,8 +85,7 @@ template <triangle_op Op, int N, class T, class X>
 
     if constexpr (Op.solve && !Op.transposed) {
         unroll<N>([&](auto c) __attribute__((always_inline)) { own[c] = negative(own[c]); });
-        g.each_edge([&](auto c, vrn_int i) __attribute__((always_inline)) { x[i] = x[i] + own[c] * g.at.at[c][i]; });
-        axpy_columns<blocks>(g.common, g.common.first, g.at, own, x, g.ahead());
+        axpy_columns<blocks>(g.common, g.common.first, g.at, own, x, g.ahead(), g.edges());
     }
 }
 

@@ -19,9 +19,10 @@ template <class E>
 struct rank_rows {
     using blocks = steps<8, 2>;
 };
+// Eight singles are but two vectors: as long again, or the loop itself counts.
 template <>
 struct rank_rows<float> {
-    using blocks = steps<8, 4, 2>;
+    using blocks = steps<16, 8, 4, 2>;
 };
 
 // S tells where x, and y, lie; Rank is how many they are.
@@ -49,7 +50,7 @@ template <bool Peel, bool Upper, int Rank, class E, class A, class S>
         const vrn_int apart = hermitian ? 1 : 0;
         const span rows = Upper ? span{0, j + 1 - apart} : span{j + apart, n};
         banded::axpy_columns<typename rank_rows<E>::blocks, Peel>(rows, column - ap + rows.first, s, t,
-                                                                  unit_view<E>{column}, 0);
+                                                                  unit_view<E>{column}, 0, banded::no_edges);
         if constexpr (hermitian) {
             E sum = t[0] * v[0];
             if constexpr (Rank == 2) sum = sum + t[1] * v[1];
