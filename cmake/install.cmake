@@ -4,14 +4,17 @@
 include(CMakePackageConfigHelpers)
 
 # Libraries that a program links, and the one that the host opens by itself beside its own file.
-set(vrn_linked vrn_core)
+set(vrn_linked vrn_core vrn_blas vrn_blas64)
 set(vrn_opened vrn_s42)
+# The standard BLAS under its usual file name, in a folder of its own: update-alternatives or LD_LIBRARY_PATH choose it.
+set(vrn_provider vrn_blas_provider)
 
 # All that is installed, for builds that want no tests.
-add_custom_target(vrn_libraries DEPENDS ${vrn_linked} ${vrn_opened})
+add_custom_target(vrn_libraries DEPENDS ${vrn_linked} ${vrn_opened} ${vrn_provider})
 
 install(TARGETS ${vrn_linked} EXPORT vrnTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS ${vrn_opened} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(TARGETS ${vrn_provider} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/vrn NAMELINK_SKIP)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/vrn ${PROJECT_BINARY_DIR}/include/vrn
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
 
@@ -29,8 +32,10 @@ install(FILES ${PROJECT_BINARY_DIR}/vrnConfig.cmake ${PROJECT_BINARY_DIR}/vrnCon
 set(vrn_pc_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 file(RELATIVE_PATH vrn_pc_to_prefix /${vrn_pc_dir} /)
 string(REGEX REPLACE "/$" "" vrn_pc_to_prefix ${vrn_pc_to_prefix})
-configure_file(${PROJECT_SOURCE_DIR}/cmake/vrn.pc.in ${PROJECT_BINARY_DIR}/vrn.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/vrn.pc DESTINATION ${vrn_pc_dir})
+foreach(pc IN ITEMS vrn vrn-blas)
+    configure_file(${PROJECT_SOURCE_DIR}/cmake/${pc}.pc.in ${PROJECT_BINARY_DIR}/${pc}.pc @ONLY)
+    install(FILES ${PROJECT_BINARY_DIR}/${pc}.pc DESTINATION ${vrn_pc_dir})
+endforeach()
 
 # One Debian package with libraries and headers. Its dependencies are read from the libraries themselves.
 set(CPACK_GENERATOR DEB)
@@ -43,5 +48,19 @@ set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+# Installed, it is one more provider of the distribution's libblas.so.3.
+set(CPACK_DEBIAN_PACKAGE_PROVIDES "libblas.so.3")
+set(VRN_BLAS_ALTERNATIVE libblas.so.3-x86_64-linux-gnu)
+set(VRN_BLAS_LINK /usr/lib/x86_64-linux-gnu/libblas.so.3)
+set(VRN_BLAS_PROVIDER /usr/${CMAKE_INSTALL_LIBDIR}/vrn/libblas.so.3)
+set(scripts ${PROJECT_BINARY_DIR}/debian)
+foreach(script IN ITEMS postinst prerm)
+    configure_file(${PROJECT_SOURCE_DIR}/cmake/debian/${script}.in ${scripts}/${script} @ONLY
+                   FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ
+                                    WORLD_EXECUTE)
+endforeach()
+file(WRITE ${scripts}/triggers "activate-noawait ldconfig\n")
+set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA ${scripts}/postinst ${scripts}/prerm ${scripts}/triggers)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
 include(CPack)

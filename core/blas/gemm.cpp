@@ -40,13 +40,21 @@ using desc_function = void(gemm_desc*);
 
 VRN_KERNEL(vrn_blas_s42_xsgemm, vrn::blas::gemm_function<float>);
 VRN_KERNEL(vrn_blas_s42_xdgemm, vrn::blas::gemm_function<double>);
+VRN_KERNEL(vrn_blas_s42_xcgemm, vrn::blas::gemm_function<std::complex<float>>);
+VRN_KERNEL(vrn_blas_s42_xzgemm, vrn::blas::gemm_function<std::complex<double>>);
 VRN_KERNEL(vrn_blas_s42_xsgemm_par, vrn::blas::gemm_par_function<float>);
 VRN_KERNEL(vrn_blas_s42_xdgemm_par, vrn::blas::gemm_par_function<double>);
+VRN_KERNEL(vrn_blas_s42_xcgemm_par, vrn::blas::gemm_par_function<std::complex<float>>);
+VRN_KERNEL(vrn_blas_s42_xzgemm_par, vrn::blas::gemm_par_function<std::complex<double>>);
 VRN_KERNEL(vrn_blas_s42_sgemm_mscale, vrn::blas::mscale_function<float>);
 VRN_KERNEL(vrn_blas_s42_dgemm_mscale, vrn::blas::mscale_function<double>);
+VRN_KERNEL(vrn_blas_s42_cgemm_mscale, vrn::blas::mscale_function<std::complex<float>>);
+VRN_KERNEL(vrn_blas_s42_zgemm_mscale, vrn::blas::mscale_function<std::complex<double>>);
 VRN_KERNEL(vrn_blas_s42_dgemm_zero_desc, vrn::blas::desc_function);
 VRN_KERNEL(vrn_blas_s42_sgemm_get_optimal_kernel, vrn::blas::desc_function);
 VRN_KERNEL(vrn_blas_s42_dgemm_get_optimal_kernel, vrn::blas::desc_function);
+VRN_KERNEL(vrn_blas_s42_cgemm_get_optimal_kernel, vrn::blas::desc_function);
+VRN_KERNEL(vrn_blas_s42_zgemm_get_optimal_kernel, vrn::blas::desc_function);
 
 namespace vrn::blas {
 namespace {
@@ -56,28 +64,31 @@ using loader::backend;
 // The back-end's names by element type.
 template <class T>
 struct names;
-template <>
-struct names<float> {
-    static constexpr auto& gemm = vrn_slot_vrn_blas_s42_xsgemm;
-    static constexpr auto& gemm_par = vrn_slot_vrn_blas_s42_xsgemm_par;
-    static constexpr auto& mscale = vrn_slot_vrn_blas_s42_sgemm_mscale;
-    static constexpr auto& get_optimal_kernel = vrn_slot_vrn_blas_s42_sgemm_get_optimal_kernel;
-};
-template <>
-struct names<double> {
-    static constexpr auto& gemm = vrn_slot_vrn_blas_s42_xdgemm;
-    static constexpr auto& gemm_par = vrn_slot_vrn_blas_s42_xdgemm_par;
-    static constexpr auto& mscale = vrn_slot_vrn_blas_s42_dgemm_mscale;
-    static constexpr auto& get_optimal_kernel = vrn_slot_vrn_blas_s42_dgemm_get_optimal_kernel;
-};
+#define VRN_NAMES(t, T)                                                                                              \
+    template <>                                                                                                      \
+    struct names<T> {                                                                                                \
+        static constexpr auto& gemm = vrn_slot_vrn_blas_s42_x##t##gemm;                                              \
+        static constexpr auto& gemm_par = vrn_slot_vrn_blas_s42_x##t##gemm_par;                                      \
+        static constexpr auto& mscale = vrn_slot_vrn_blas_s42_##t##gemm_mscale;                                      \
+        static constexpr auto& get_optimal_kernel = vrn_slot_vrn_blas_s42_##t##gemm_get_optimal_kernel;              \
+    }
+VRN_NAMES(s, float);
+VRN_NAMES(d, double);
+VRN_NAMES(c, std::complex<float>);
+VRN_NAMES(z, std::complex<double>);
+#undef VRN_NAMES
 
-constexpr vrn_int small_limit = 10;           // the unrolled kernels take m, n and k up to this
-constexpr std::int32_t mode_both_packed = 64; // of the driver: A and B are given as panels
+constexpr vrn_int small_limit = 10; // the unrolled kernels take m, n and k up to this,
+template <class T>
+constexpr vrn_int small_least = std::is_floating_point_v<T> ? 1 : 3; // and m and n from this
+constexpr std::int32_t mode_both_packed = 64;                        // of the driver: A and B are given as panels
 constexpr std::int32_t mode_one_thread = 2;
 
 // With the rows of A contiguous the unpacked path is faster than packing where A and B lie in the first-level
-// cache as they are: measured from n = 11 (1.7 times) to 64 (1.0 to 1.15 times), d and s.
-constexpr vrn_int unpacked_limit = 64;
+// cache as they are: measured from n = 11 (1.7 times) to 64 (1.0 to 1.15 times), d and s, and z likewise; c has to
+// shuffle an unpacked A into its two forms, and packs from 25 on (1.03 times at 31 and 32).
+template <class T>
+constexpr vrn_int unpacked_limit = std::is_same_v<T, std::complex<float>> ? 24 : 64;
 // It is so too where C is thin, since a packed element of the large operand is hardly used. Where that operand is
 // read across its columns the depth goes in slices, so that a slice stays in the second-level cache and the
 // first-level page table while pairs of columns of C pass over it: 2000 x 4 x 2000 doubles run at 15 GFLOP/s in
@@ -88,6 +99,8 @@ constexpr vrn_int thin_limit = 16, slice_of_a = 32, slice_of_b = 64;
 // Below this many multiply-adds a second thread does not pay: right at the bound, 100 x 100 x 100, two threads were
 // measured 1.4 times as fast as one, and at 200 x 200 x 200 1.9 times.
 constexpr double threads_from = 1e6;
+template <class T>
+constexpr double multiply_adds = std::is_floating_point_v<T> ? 1 : 4; // of reals, in one of T
 
 // Tiles of the threaded product: some four a thread, so that the last ones even the threads out, but not so small
 // that a panel of B is met by few rows, nor so large that a tile's rows of A leave the second-level cache.
@@ -217,15 +230,15 @@ bool threaded(const product<T>& p, gemm_desc& desc, int threads)
                     if (m0 == 0)
                         share(next_b, pieces(nb, tile_columns), [&](vrn_int piece) {
                             const vrn_int j = piece * tile_columns, columns = std::min(nb - j, tile_columns);
-                            (q.b_normal() ? own.copybn : own.copybt)(&kb, &columns, q.b_at(k0, n0 + j), &q.ldb,
-                                                                     b_panels + j / nr * shared.b_panel_elements,
-                                                                     &shared.b_panel_elements, nullptr);
+                            q.copy_b(own)(&kb, &columns, q.b_at(k0, n0 + j), &q.ldb,
+                                          b_panels + j / nr * shared.b_panel_elements, &shared.b_panel_elements,
+                                          nullptr);
                         });
                     share(next_a, pieces(mb, tile_rows), [&](vrn_int piece) {
                         const vrn_int i = piece * tile_rows, rows = std::min(mb - i, tile_rows);
-                        (q.a_normal() ? own.copyan : own.copyat)(&rows, &kb, q.a_at(m0 + i, k0), &q.lda,
-                                                                 a_panels + i / mr * shared.a_panel_elements,
-                                                                 &shared.a_panel_elements, &q.alpha);
+                        q.copy_a(own)(&rows, &kb, q.a_at(m0 + i, k0), &q.lda,
+                                      a_panels + i / mr * shared.a_panel_elements, &shared.a_panel_elements,
+                                      &q.alpha);
                     });
                     threads::barrier();
                     if (thread == 0)
@@ -252,23 +265,26 @@ bool threaded(const product<T>& p, gemm_desc& desc, int threads)
 } // namespace
 
 template <class T>
-void gemm(const char* transa, const char* transb, const vrn_int* m, const vrn_int* n, const vrn_int* k,
-          const T* alpha, const T* a, const vrn_int* lda, const T* b, const vrn_int* ldb, const T* beta, T* c,
-          const vrn_int* ldc)
+void gemm_road(const char* transa, const char* transb, const vrn_int* m, const vrn_int* n, const vrn_int* k,
+               const T* alpha, const T* a, const vrn_int* lda, const T* b, const vrn_int* ldb, const T* beta, T* c,
+               const vrn_int* ldc)
 {
     const product<T> p{transa, transb, *m, *n, *k, *alpha, a, *lda, b, *ldb, *beta, c, *ldc};
     if (p.m == 0 || p.n == 0) return;
     if (p.alpha == T{} || p.k == 0) return scale(p);
     if (p.m <= small_limit && p.n <= small_limit && p.k <= small_limit) {
+        if (std::min(p.m, p.n) < small_least<T> && p.a_normal()) return unpacked_slices(p, p.k);
         scale(p);
         const T one{1};
         return backend(names<T>::gemm)(transa, transb, m, n, k, alpha, a, lda, b, ldb, &one, c, ldc);
     }
-    const double work = static_cast<double>(p.m) * static_cast<double>(p.n) * static_cast<double>(p.k);
+    const double work =
+        multiply_adds<T> * static_cast<double>(p.m) * static_cast<double>(p.n) * static_cast<double>(p.k);
     const int threads = work >= threads_from ? threads::available() : 1;
     if (p.a_normal()) {
         if (p.m <= thin_limit || p.n <= thin_limit) return thin(p, threads);
-        if (p.m <= unpacked_limit && p.n <= unpacked_limit && p.k <= unpacked_limit) return unpacked_slices(p, p.k);
+        constexpr vrn_int limit = unpacked_limit<T>;
+        if (p.m <= limit && p.n <= limit && p.k <= limit) return unpacked_slices(p, p.k);
     }
     gemm_desc desc = described(p);
     if (p.m < desc.m_min || p.n < desc.n_min || p.k < desc.k_min)
@@ -277,10 +293,12 @@ void gemm(const char* transa, const char* transb, const vrn_int* m, const vrn_in
     one_thread(p, desc);
 }
 
-template void gemm(const char*, const char*, const vrn_int*, const vrn_int*, const vrn_int*, const float*,
-                   const float*, const vrn_int*, const float*, const vrn_int*, const float*, float*, const vrn_int*);
-template void gemm(const char*, const char*, const vrn_int*, const vrn_int*, const vrn_int*, const double*,
-                   const double*, const vrn_int*, const double*, const vrn_int*, const double*, double*,
-                   const vrn_int*);
+#define VRN_ROAD(T)                                                                                                  \
+    template void gemm_road(const char*, const char*, const vrn_int*, const vrn_int*, const vrn_int*, const T*,      \
+                            const T*, const vrn_int*, const T*, const vrn_int*, const T*, T*, const vrn_int*)
+VRN_ROAD(float);
+VRN_ROAD(double);
+VRN_ROAD(std::complex<float>);
+VRN_ROAD(std::complex<double>);
 
 } // namespace vrn::blas

@@ -1,13 +1,14 @@
 #!/usr/bin/env python3
 """Installs the built library into a temporary prefix, moves it, and builds and runs programs against it.
 
-    install_test.py headers|cmake|pkgconfig|package --build DIR --source DIR --cmake CMAKE --cc CC --cxx CXX
+    install_test.py headers|cmake|pkgconfig|package|provider --build DIR --source DIR --cmake CMAKE --cc CC --cxx CXX
                     --version VERSION
 
 headers    every installed header compiles alone, as strict C11 and as C++
 cmake      find_package(vrn), in C and in C++
 pkgconfig  pkg-config vrn, in C and in C++
 package    the .deb, unpacked to a root of its own
+provider   the .deb, installed and removed in a root of its own, as one provider of libblas.so.3 beside another
 
 Exit status 77 means skipped; the reason is the last line.
 """
@@ -84,7 +85,7 @@ def cmake(args, work):
                  f"-DCMAKE_C_COMPILER={args.cc}", f"-DCMAKE_CXX_COMPILER={args.cxx}"]
     run(*configure, "-B", work / "build", f"-DWANTED={major}.{minor}")
     run(args.cmake, "--build", work / "build")
-    for program in ("use_c", "use_cpp"):
+    for program in ("use_c", "use_cpp", "use_blas"):
         check_program(work / "build" / program, prefix)
     # A version that this one does not serve is not found.
     refused = subprocess.run([str(c) for c in configure] + ["-B", work / "none", f"-DWANTED={int(major) + 1}.0"],
@@ -96,46 +97,87 @@ def pkg_config(prefix, **environment):
     tool = shutil.which("pkg-config") or skip("no pkg-config on this machine")
     folder = next(prefix.rglob("vrn.pc")).parent
     environment = dict(os.environ, PKG_CONFIG_PATH=str(folder), **environment)
-    return lambda *what: run(tool, *what, "vrn", env=environment).split()
+    return lambda *what, name="vrn": run(tool, *what, name, env=environment).split()
 
 
-def build_with(args, work, flags, run_path):
+def build_with(args, work, ask, run_path):
+    """The programs, by what pkg-config says."""
+    flags = ask("--cflags", "--libs")
     for suffix, compiler in (("c", args.cc), ("cpp", args.cxx)):
         program = work / f"use_{suffix}"
         run(compiler, *DIALECTS[suffix], *WARNINGS, OUTSIDE / f"use.{suffix}", "-o", program, *flags, *run_path)
         yield program
+    program = work / "use_blas"
+    run(args.cc, *DIALECTS["c"], *WARNINGS, OUTSIDE / "blas.c", "-o", program,
+        *ask("--cflags", "--libs", name="vrn-blas"), *run_path)
+    yield program
 
 
 def pkgconfig(args, work):
     prefix = installed(args, work)
     ask = pkg_config(prefix)
     check(ask("--modversion") == [args.version], f"vrn.pc tells version {ask('--modversion')}")
-    flags = ask("--cflags", "--libs")
-    for program in build_with(args, work, flags, [f"-Wl,-rpath,{prefix}/lib"]):
+    for program in build_with(args, work, ask, [f"-Wl,-rpath,{prefix}/lib"]):
         check_program(program, prefix)
 
 
-def package(args, work):
+def debian_package(args, work):
     for tool in ("dpkg-deb", "dpkg-shlibdeps", "file"):
         shutil.which(tool) or skip(f"no {tool} on this machine")
     cpack = Path(args.cmake).with_name("cpack")
     run(cpack, "--config", args.build / "CPackConfig.cmake", "-G", "DEB", "-B", work / "made")
     deb, = (work / "made").glob("*.deb")
+    return deb
+
+
+def package(args, work):
+    deb = debian_package(args, work)
     depends = run("dpkg-deb", "--field", deb, "Depends")
     check("libc6" in depends and ("libgomp1" in depends or "libomp" in depends), f"the package depends on {depends}")
     # Nothing of ours may be asked from another package.
     check("vrn" not in depends, f"the package depends on {depends}")
     root = work / "root"
     run("dpkg-deb", "--extract", deb, root)
-    flags = pkg_config(root / "usr")("--cflags", "--libs")
     library = next(root.rglob("libvrn_core.so")).parent
-    for program in build_with(args, work, flags, []):
+    for program in build_with(args, work, pkg_config(root / "usr"), []):
         check_program(program, root, env=dict(os.environ, LD_LIBRARY_PATH=str(library)))
+
+
+def provider(args, work):
+    deb, root = debian_package(args, work), work / "root"
+    multiarch = "usr/lib/x86_64-linux-gnu"
+    name, link, other = "libblas.so.3-x86_64-linux-gnu", f"/{multiarch}/libblas.so.3", f"/{multiarch}/blas/libblas.so.3"
+    for folder in ("etc/alternatives", "var/lib/dpkg/alternatives", "var/lib/dpkg/info", "var/lib/dpkg/updates",
+                   "var/log", f"{multiarch}/blas"):
+        (root / folder).mkdir(parents=True)
+    (root / "var/lib/dpkg/status").touch()
+    (root / other[1:]).touch()
+    # The maintainer scripts run outside, and are told of the root by DPKG_ROOT.
+    dpkg = ["dpkg", f"--root={root}", "--force-not-root", "--force-depends", "--force-script-chrootless",
+            f"--log={work}/dpkg.log"]
+    choice = ["update-alternatives", "--root", root]
+    chosen = lambda: os.readlink(root / "etc/alternatives" / name)
+    run(*choice, "--install", link, name, other, "10")
+    before = sorted(p.relative_to(root) for p in root.rglob("*"))
+    check(chosen() == other, f"{chosen()} is chosen before")
+    run(*dpkg, "--install", deb)
+    check(chosen().endswith("/vrn/libblas.so.3"), f"{chosen()} is chosen after the installation")
+    ours = root / chosen()[1:]
+    check("cblas_dgemm" in run("nm", "-D", ours) and "libblas.so.3" in run("readelf", "-d", ours), f"{ours} is no BLAS")
+    check(os.readlink(root / link[1:]) == f"/etc/alternatives/{name}", "the link is not that of the alternatives")
+    run(*choice, "--set", name, other)
+    check(chosen() == other, "the other provider cannot be chosen")
+    run(*choice, "--auto", name)
+    run(*dpkg, "--remove", "vrn")
+    check(chosen() == other, f"{chosen()} is chosen after the removal")
+    left = [p for p in root.rglob("*") if p.relative_to(root) not in before and "dpkg" not in p.parts
+            and p.name != "alternatives.log"]
+    check(not left, f"left behind: {left}")
 
 
 def main():
     parser = argparse.ArgumentParser()
-    tests = {f.__name__: f for f in (headers, cmake, pkgconfig, package)}
+    tests = {f.__name__: f for f in (headers, cmake, pkgconfig, package, provider)}
     parser.add_argument("what", choices=tests)
     for option in ("--build", "--source"):
         parser.add_argument(option, type=Path, required=True)
