@@ -1,0 +1,105 @@
+// spblas/csr/dot.hpp - the sum of a row's values times elements of x: what most products spend their time in.
+// Trips of several vectors of products, summed in several accumulators; these are added in a fixed tree, then lane by
+// lane; what is left of the row is added one entry after the other. The order depends on the row's length alone.
+// Inlined into the kernels of this folder.
+#pragma once
+
+#include "spblas/csr/rows.hpp"
+
+namespace vrn::spblas::csr {
+
+// Products of one vector of values with what the indices name. A complex sum is kept in two parts, values times real
+// and times imaginary parts of x, which saves a shuffle an entry; they meet once, at the end.
+template <class T, bool Conjugate>
+struct partial {
+    using V = vec<T>;
+    V sum = V::zero();
+    template <class I>
+    void add(const T* val, const I* indx, const T* x)
+    {
+        const V v = V::loadu(val);
+        if constexpr (V::lanes == 2)
+            sum = sum + v * V{_mm_loadh_pd(_mm_load_sd(x + indx[0]), x + indx[1])};
+        else sum = sum + v * V{_mm_setr_ps(x[indx[0]], x[indx[1]], x[indx[2]], x[indx[3]])};
+    }
+    friend partial operator+(partial a, partial b) { return {a.sum + b.sum}; }
+    T total() const { return sum.sum(); }
+};
+
+template <class R, bool Conjugate>
+struct partial<cplx<R>, Conjugate> {
+    using V = vec<R>;
+    V by_re = V::zero(), by_im = V::zero();
+    template <class I>
+    void add(const cplx<R>* val, const I* indx, const cplx<R>* x)
+    {
+        const V v = V::loadu(&val->re);
+        if constexpr (V::lanes == 2) {
+            const R* z = &x[indx[0]].re;
+            by_re = by_re + v * V::all_at(z);
+            by_im = by_im + v * V::all_at(z + 1);
+        } else {
+            const V z = V::halves(&x[indx[0]].re, &x[indx[1]].re);
+            by_re = by_re + v * V{_mm_moveldup_ps(z.v)};
+            by_im = by_im + v * V{_mm_movehdup_ps(z.v)};
+        }
+    }
+    friend partial operator+(partial a, partial b) { return {a.by_re + b.by_re, a.by_im + b.by_im}; }
+    cplx<R> total() const
+    {
+        // (v.re + i v.im)(x.re + i x.im), and with v conjugated.
+        R p[V::lanes], q[V::lanes];
+        by_re.storeu(p);
+        by_im.storeu(q);
+        cplx<R> s{};
+        for (int k = 0; k < V::lanes; k += 2)
+            s = s + (Conjugate ? cplx<R>{p[k] + q[k + 1], q[k] - p[k + 1]} : cplx<R>{p[k] - q[k + 1], p[k + 1] + q[k]});
+        return s;
+    }
+};
+
+// How a row is split. `trip` entries go to `sums` accumulators in turn, from rows of `from` entries on.
+struct split {
+    int trip, sums, from;
+};
+
+// A plain product takes trips of 64 entries (single precision: 4, one vector), and rows below one trip entry by entry:
+// a short row never pays for the folding of accumulators. Eight accumulators leave registers for the products.
+template <class T>
+inline constexpr split whole_row{64, is_complex<T> ? 4 : 8, 64};
+template <>
+inline constexpr split whole_row<float>{4, 1, 4};
+// Where entries are taken back afterwards: 8 a trip in four accumulators.
+template <class T>
+inline constexpr split masked_row{8, 8 / per_vec<T> < 4 ? 8 / per_vec<T> : 4, 8};
+
+// ((p0 + p4) + (p2 + p6)) + ((p1 + p5) + (p3 + p7)), and so for 4 and 2.
+template <int N, int Step = 1, class P>
+[[gnu::always_inline]] inline P folded(const P* p)
+{
+    if constexpr (N == Step) return p[0];
+    else return folded<N, 2 * Step>(p) + folded<N, 2 * Step>(p + Step);
+}
+
+template <bool Conjugate, split S, class T, class I>
+[[gnu::always_inline]] inline T dot(const row<T, I>& a, const T* x)
+{
+    using P = partial<T, Conjugate>;
+    constexpr int step = per_vec<T>, rounds = S.trip / step / S.sums;
+    static_assert(rounds * S.sums * step == S.trip);
+    T sum{};
+    std::ptrdiff_t k = 0;
+    if (a.size >= S.from) {
+        P p[S.sums];
+        do {
+            simd::unroll<rounds * S.sums>(
+                [&](auto i) { p[i % S.sums].add(a.val + k + i * step, a.indx + k + i * step, x); });
+            k += S.trip;
+        } while (k + S.trip <= a.size);
+        sum = folded<S.sums>(p).total();
+    }
+    for (; k < a.size; ++k) sum = sum + conj_if<Conjugate>(a.val[k]) * x[a.indx[k]];
+    return sum;
+}
+
+} // namespace vrn::spblas::csr
