@@ -1,7 +1,7 @@
 // spblas/number.hpp - elements of the sparse kernels: one number, or a strip of a row of a dense matrix.
 // Kernels that treat the columns of a dense operand alike are written once, over what get() and put() hand them:
 // `column` gives single elements (a vector, or a column of a matrix by either layout), `strip` the vectors of a few
-// neighbouring columns of a row. An element's bits do not depend on which of the two computes it.
+// neighbouring columns of a row, `bundle` those of a few columns of a matrix by columns. An element's bits do not depend on which of them computes it.
 #pragma once
 
 #include "simd/complex.hpp"
@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
 namespace vrn::spblas {
 
@@ -43,7 +44,7 @@ cplx<R> operator/(cplx<R> a, cplx<R> b)
 }
 
 template <bool Conjugate, class T>
-T conj_if(T a)
+[[gnu::always_inline]] inline T conj_if(T a)
 {
     if constexpr (Conjugate && is_complex<T>) return simd::conj(a);
     else return a;
@@ -67,6 +68,48 @@ struct wide {
     {
         const factor<T> f(t);
         simd::unroll<V>([&](auto i) { a.v[i] = f(a.v[i]); });
+        return a;
+    }
+    friend wide operator/(wide a, T d)
+    {
+        if constexpr (std::is_same_v<T, double>) {
+            simd::unroll<V>([&](auto i) { a.v[i].v = _mm_div_pd(a.v[i].v, _mm_set1_pd(d)); });
+        } else if constexpr (std::is_same_v<T, float>) {
+            simd::unroll<V>([&](auto i) { a.v[i].v = _mm_div_ps(a.v[i].v, _mm_set1_ps(d)); });
+        } else {
+            T x[per_vec<T>];
+            simd::unroll<V>([&](auto i) {
+                a.v[i].storeu(&x[0].re);
+                for (T& e : x) e = e / d;
+                a.v[i] = vec<real_of<T>>::loadu(&x[0].re);
+            });
+        }
+        return a;
+    }
+};
+
+// The elements of N columns in one row of a matrix by columns.
+template <class T, int N>
+struct several {
+    T e[N];
+    friend several operator+(several a, const several& b)
+    {
+        simd::unroll<N>([&](auto i) { a.e[i] = a.e[i] + b.e[i]; });
+        return a;
+    }
+    friend several operator-(several a, const several& b)
+    {
+        simd::unroll<N>([&](auto i) { a.e[i] = a.e[i] - b.e[i]; });
+        return a;
+    }
+    friend several operator*(T t, several a)
+    {
+        simd::unroll<N>([&](auto i) { a.e[i] = t * a.e[i]; });
+        return a;
+    }
+    friend several operator/(several a, T d)
+    {
+        simd::unroll<N>([&](auto i) { a.e[i] = a.e[i] / d; });
         return a;
     }
 };
@@ -119,6 +162,26 @@ struct strip {
         simd::unroll<V>([&](auto k) { x.v[k] = vec<real>::zero(); });
         return x;
     }
+};
+
+template <class E, int N>
+struct bundle {
+    using element = std::remove_const_t<E>;
+    using value = several<element, N>;
+    static constexpr int width = N;
+    E* p;
+    std::ptrdiff_t ld; // from column to column
+    value get(std::ptrdiff_t i) const
+    {
+        value x;
+        simd::unroll<N>([&](auto k) { x.e[k] = p[i + k * ld]; });
+        return x;
+    }
+    void put(std::ptrdiff_t i, const value& x) const
+    {
+        simd::unroll<N>([&](auto k) { p[i + k * ld] = x.e[k]; });
+    }
+    static value zero() { return {}; }
 };
 
 // p, so that an index of base `base` addresses its element. By integers, since the result may lie before the array.

@@ -15,9 +15,8 @@ struct partial {
     using V = vec<T>;
     V sum = V::zero();
     template <class I>
-    void add(const T* val, const I* indx, const T* x)
+    void add(V v, const I* indx, const T* x)
     {
-        const V v = V::loadu(val);
         if constexpr (V::lanes == 2)
             sum = sum + v * V{_mm_loadh_pd(_mm_load_sd(x + indx[0]), x + indx[1])};
         else sum = sum + v * V{_mm_setr_ps(x[indx[0]], x[indx[1]], x[indx[2]], x[indx[3]])};
@@ -31,9 +30,8 @@ struct partial<cplx<R>, Conjugate> {
     using V = vec<R>;
     V by_re = V::zero(), by_im = V::zero();
     template <class I>
-    void add(const cplx<R>* val, const I* indx, const cplx<R>* x)
+    void add(V v, const I* indx, const cplx<R>* x)
     {
-        const V v = V::loadu(&val->re);
         if constexpr (V::lanes == 2) {
             const R* z = &x[indx[0]].re;
             by_re = by_re + v * V::all_at(z);
@@ -69,6 +67,11 @@ template <class T>
 inline constexpr split whole_row{64, is_complex<T> ? 4 : 8, 64};
 template <>
 inline constexpr split whole_row<float>{4, 1, 4};
+// One vector at a time, two entries at the least, for products with the columns of a matrix.
+template <class T>
+inline constexpr split column_row{per_vec<T> < 2 ? 2 : per_vec<T>, 1, 2};
+template <>
+inline constexpr split column_row<float>{4, 1, 4};
 // Where entries are taken back afterwards: 8 a trip in four accumulators.
 template <class T>
 inline constexpr split masked_row{8, 8 / per_vec<T> < 4 ? 8 / per_vec<T> : 4, 8};
@@ -81,10 +84,33 @@ template <int N, int Step = 1, class P>
     else return folded<N, 2 * Step>(p) + folded<N, 2 * Step>(p + Step);
 }
 
-template <bool Conjugate, split S, class T, class I>
-[[gnu::always_inline]] inline T dot(const row<T, I>& a, const T* x)
+// What a value is before it meets x: itself, conjugated by the sum where asked for; or times alpha.
+template <bool Conjugate>
+struct as_stored {
+    static constexpr bool conjugates_sum = Conjugate;
+    template <class R>
+    vec<R> operator()(vec<R> v) const { return v; }
+    template <class T>
+    T scalar(T v) const { return conj_if<Conjugate>(v); }
+};
+template <class T, bool Conjugate>
+struct times_alpha {
+    static constexpr bool conjugates_sum = false;
+    using V = vec<real_of<T>>;
+    factor<T> alpha;
+    V operator()(V v) const
+    {
+        if constexpr (Conjugate && is_complex<T>) v = V::pair(1, -1) * v;
+        return alpha(v);
+    }
+    T scalar(T v) const { return alpha(conj_if<Conjugate>(v)); }
+};
+
+template <split S, class T, class I, class Map>
+[[gnu::always_inline]] inline T dot(const row<T, I>& a, const T* x, const Map& map)
 {
-    using P = partial<T, Conjugate>;
+    using P = partial<T, Map::conjugates_sum>;
+    using R = real_of<T>;
     constexpr int step = per_vec<T>, rounds = S.trip / step / S.sums;
     static_assert(rounds * S.sums * step == S.trip);
     T sum{};
@@ -92,13 +118,15 @@ template <bool Conjugate, split S, class T, class I>
     if (a.size >= S.from) {
         P p[S.sums];
         do {
-            simd::unroll<rounds * S.sums>(
-                [&](auto i) { p[i % S.sums].add(a.val + k + i * step, a.indx + k + i * step, x); });
+            simd::unroll<rounds * S.sums>([&](auto i) {
+                const auto* v = reinterpret_cast<const R*>(a.val + k + i * step);
+                p[i % S.sums].add(map(vec<R>::loadu(v)), a.indx + k + i * step, x);
+            });
             k += S.trip;
         } while (k + S.trip <= a.size);
         sum = folded<S.sums>(p).total();
     }
-    for (; k < a.size; ++k) sum = sum + conj_if<Conjugate>(a.val[k]) * x[a.indx[k]];
+    for (; k < a.size; ++k) sum = sum + map.scalar(a.val[k]) * x[a.indx[k]];
     return sum;
 }
 

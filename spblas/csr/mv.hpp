@@ -30,7 +30,7 @@ template <bool Conjugate, class T, class I>
                                   const T* x, T* y, T beta)
 {
     for (std::ptrdiff_t i = from; i < to; ++i)
-        y[i + base] = updated(y[i + base], beta, alpha * dot<Conjugate, whole_row<T>>(a[i], x));
+        y[i + base] = updated(y[i + base], beta, alpha * dot<whole_row<T>>(a[i], x, as_stored<Conjugate>{}));
 }
 
 template <tag Shape, class T, class I>
@@ -41,7 +41,7 @@ template <tag Shape, class T, class I>
     for (std::ptrdiff_t i = from; i < to; ++i) {
         const row<T, I> r = a[i];
         const I self = static_cast<I>(i + base);
-        T sum = dot<conjugate, masked_row<T>>(r, x);
+        T sum = dot<masked_row<T>>(r, x, as_stored<conjugate>{});
         for (std::ptrdiff_t k = 0; k < r.size; ++k) {
             const I col = r.indx[k];
             if (inside<!Shape.lower()>(col, self) || (Shape.unit() && col == self))

@@ -39,7 +39,7 @@ template <tag Shape, class T, class I>
         const I self = static_cast<I>(i + base);
         const T t = alpha * x[self];
         if constexpr (corrects) {
-            y[self] = y[self] + alpha * dot<conjugates_own, masked_row<T>>(r, x);
+            y[self] = y[self] + alpha * dot<masked_row<T>>(r, x, as_stored<conjugates_own>{});
             T outside{};
             for (std::ptrdiff_t k = 0; k < r.size; ++k) {
                 const I col = r.indx[k];
