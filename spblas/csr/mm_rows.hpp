@@ -129,9 +129,19 @@ template <tag Shape, class T, class I, class X, class Y>
 [[gnu::always_inline]] inline void mm_rows_two_sided(const matrix<T, I>& a, std::ptrdiff_t m, I base, T alpha,
                                                      const X& x, const Y& y, T beta)
 {
-    constexpr bool conjugates_own = Shape.is('h') ? Shape.op == 't' : Shape.conjugates();
-    for (std::ptrdiff_t i = 0; i < m; ++i)
-        y.put(i + base, accumulated<conjugates_own>(a[i], alpha, x, begun(y, i + base, beta)));
+    alpha = signed_alpha<Shape>(alpha);
+    for (std::ptrdiff_t i = 0; i < m; ++i) {
+        const I self = static_cast<I>(i + base);
+        const row<T, I> r = a[i];
+        auto sum = begun(y, self, beta);
+        for (std::ptrdiff_t k = 0; k < r.size; ++k) {
+            T v = own<Shape>(r.val[k]);
+            if constexpr (Shape.is('h') && Shape.op == 't' && !Shape.unit())
+                if (r.indx[k] == self) v = on_diagonal<Shape>(r.val[k]);
+            sum = sum + (alpha * v) * x.get(r.indx[k]);
+        }
+        y.put(self, sum);
+    }
     for (std::ptrdiff_t i = 0; i < m; ++i) {
         const row<T, I> r = a[i];
         const I self = static_cast<I>(i + base);
