@@ -17,10 +17,10 @@ using simd::cplx;
 // The values that selectors have; each is compared with 1 alone.
 namespace choice {
 inline constexpr int none = 1, transpose = 0, conjugate_transpose = 2; // op of bsr_mm_whole, the one with three
-inline constexpr int lower = 1, upper = 0;                            // uplo
-inline constexpr int stored = 1, unit = 0;                            // diag
-inline constexpr int forward = 1, backward = 0;                       // direction of a sweep
-inline constexpr int by_rows = 1, by_columns = 0;                     // orientation of a sweep
+inline constexpr int lower = 1, upper = 0;                             // uplo
+inline constexpr int stored = 1, unit = 0;                             // diag
+inline constexpr int forward = 1, backward = 0;                        // direction of a sweep
+inline constexpr int by_rows = 1, by_columns = 0;                      // orientation of a sweep
 } // namespace choice
 
 namespace arguments {

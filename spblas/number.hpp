@@ -1,7 +1,8 @@
 // spblas/number.hpp - elements of the sparse kernels: one number, or a strip of a row of a dense matrix.
 // Kernels that treat the columns of a dense operand alike are written once, over what get() and put() hand them:
 // `column` gives single elements (a vector, or a column of a matrix by either layout), `strip` the vectors of a few
-// neighbouring columns of a row, `bundle` those of a few columns of a matrix by columns. An element's bits do not depend on which of them computes it.
+// neighbouring columns of a row, `bundle` those of a few columns of a matrix by columns. An element's bits do not
+// depend on which of them computes it.
 #pragma once
 
 #include "simd/complex.hpp"
@@ -33,7 +34,7 @@ cplx<R> operator-(cplx<R> a)
 
 // Smith (1962): scaled by the larger part of b, so that squares neither overflow nor vanish.
 template <class R>
-cplx<R> operator/(cplx<R> a, cplx<R> b)
+[[gnu::noinline]] cplx<R> operator/(cplx<R> a, cplx<R> b)
 {
     if (std::fabs(b.re) >= std::fabs(b.im)) {
         const R ratio = b.im / b.re, size = b.re + b.im * ratio;
@@ -54,23 +55,23 @@ template <bool Conjugate, class T>
 template <class T, int V>
 struct wide {
     vec<real_of<T>> v[V];
-    friend wide operator+(wide a, const wide& b)
+    [[gnu::always_inline]] friend wide operator+(wide a, const wide& b)
     {
         simd::unroll<V>([&](auto i) { a.v[i] = a.v[i] + b.v[i]; });
         return a;
     }
-    friend wide operator-(wide a, const wide& b)
+    [[gnu::always_inline]] friend wide operator-(wide a, const wide& b)
     {
         simd::unroll<V>([&](auto i) { a.v[i] = a.v[i] - b.v[i]; });
         return a;
     }
-    friend wide operator*(T t, wide a)
+    [[gnu::always_inline]] friend wide operator*(T t, wide a)
     {
         const factor<T> f(t);
         simd::unroll<V>([&](auto i) { a.v[i] = f(a.v[i]); });
         return a;
     }
-    friend wide operator/(wide a, T d)
+    [[gnu::always_inline]] friend wide operator/(wide a, T d)
     {
         if constexpr (std::is_same_v<T, double>) {
             simd::unroll<V>([&](auto i) { a.v[i].v = _mm_div_pd(a.v[i].v, _mm_set1_pd(d)); });
@@ -92,22 +93,22 @@ struct wide {
 template <class T, int N>
 struct several {
     T e[N];
-    friend several operator+(several a, const several& b)
+    [[gnu::always_inline]] friend several operator+(several a, const several& b)
     {
         simd::unroll<N>([&](auto i) { a.e[i] = a.e[i] + b.e[i]; });
         return a;
     }
-    friend several operator-(several a, const several& b)
+    [[gnu::always_inline]] friend several operator-(several a, const several& b)
     {
         simd::unroll<N>([&](auto i) { a.e[i] = a.e[i] - b.e[i]; });
         return a;
     }
-    friend several operator*(T t, several a)
+    [[gnu::always_inline]] friend several operator*(T t, several a)
     {
         simd::unroll<N>([&](auto i) { a.e[i] = t * a.e[i]; });
         return a;
     }
-    friend several operator/(several a, T d)
+    [[gnu::always_inline]] friend several operator/(several a, T d)
     {
         simd::unroll<N>([&](auto i) { a.e[i] = a.e[i] / d; });
         return a;
@@ -122,9 +123,10 @@ struct column {
     static constexpr int width = 1;
     E* p;
     std::ptrdiff_t stride;
-    value get(std::ptrdiff_t i) const { return p[i * stride]; }
-    void put(std::ptrdiff_t i, value x) const { p[i * stride] = x; }
-    static value zero() { return {}; }
+    [[gnu::always_inline]] value get(std::ptrdiff_t i) const { return p[i * stride]; }
+    [[gnu::always_inline]] void put(std::ptrdiff_t i, value x) const { p[i * stride] = x; }
+    [[gnu::always_inline]] static value zero() { return {}; }
+    [[gnu::always_inline]] void add(value& sum, value t, std::ptrdiff_t i) const { sum = sum + t * get(i); }
 };
 // The same at unit stride, where no multiplication should stand in the way of an address.
 template <class E>
@@ -132,9 +134,10 @@ struct vector {
     using value = std::remove_const_t<E>;
     static constexpr int width = 1;
     E* p;
-    value get(std::ptrdiff_t i) const { return p[i]; }
-    void put(std::ptrdiff_t i, value x) const { p[i] = x; }
-    static value zero() { return {}; }
+    [[gnu::always_inline]] value get(std::ptrdiff_t i) const { return p[i]; }
+    [[gnu::always_inline]] void put(std::ptrdiff_t i, value x) const { p[i] = x; }
+    [[gnu::always_inline]] static value zero() { return {}; }
+    [[gnu::always_inline]] void add(value& sum, value t, std::ptrdiff_t i) const { sum = sum + t * get(i); }
 };
 template <class E, int V>
 struct strip {
@@ -144,23 +147,29 @@ struct strip {
     static constexpr int step = per_vec<element>, width = V * step;
     E* p;
     std::ptrdiff_t stride;
-    value get(std::ptrdiff_t i) const
+    [[gnu::always_inline]] value get(std::ptrdiff_t i) const
     {
         value x;
-        simd::unroll<V>([&](auto k) {
-            x.v[k] = vec<real>::loadu(reinterpret_cast<const real*>(p + i * stride + k * step));
-        });
+        simd::unroll<V>(
+            [&](auto k) { x.v[k] = vec<real>::loadu(reinterpret_cast<const real*>(p + i * stride + k * step)); });
         return x;
     }
-    void put(std::ptrdiff_t i, const value& x) const
+    [[gnu::always_inline]] void put(std::ptrdiff_t i, const value& x) const
     {
         simd::unroll<V>([&](auto k) { x.v[k].storeu(reinterpret_cast<real*>(p + i * stride + k * step)); });
     }
-    static value zero()
+    [[gnu::always_inline]] static value zero()
     {
         value x;
         simd::unroll<V>([&](auto k) { x.v[k] = vec<real>::zero(); });
         return x;
+    }
+    [[gnu::always_inline]] void add(value& sum, element t, std::ptrdiff_t i) const
+    {
+        const factor<element> f(t);
+        const auto* x = reinterpret_cast<const real*>(p + i * stride);
+        simd::unroll<V>(
+            [&](auto k) { sum.v[k] = sum.v[k] + f(vec<real>::loadu(x + k * step * simd::element<element>::parts)); });
     }
 };
 
@@ -171,17 +180,21 @@ struct bundle {
     static constexpr int width = N;
     E* p;
     std::ptrdiff_t ld; // from column to column
-    value get(std::ptrdiff_t i) const
+    [[gnu::always_inline]] value get(std::ptrdiff_t i) const
     {
         value x;
         simd::unroll<N>([&](auto k) { x.e[k] = p[i + k * ld]; });
         return x;
     }
-    void put(std::ptrdiff_t i, const value& x) const
+    [[gnu::always_inline]] void put(std::ptrdiff_t i, const value& x) const
     {
         simd::unroll<N>([&](auto k) { p[i + k * ld] = x.e[k]; });
     }
-    static value zero() { return {}; }
+    [[gnu::always_inline]] static value zero() { return {}; }
+    [[gnu::always_inline]] void add(value& sum, element t, std::ptrdiff_t i) const
+    {
+        simd::unroll<N>([&](auto k) { sum.e[k] = sum.e[k] + t * p[i + k * ld]; });
+    }
 };
 
 // p, so that an index of base `base` addresses its element. By integers, since the result may lie before the array.

@@ -15,10 +15,9 @@ struct partial {
     using V = vec<T>;
     V sum = V::zero();
     template <class I>
-    void add(V v, const I* indx, const T* x)
+    [[gnu::always_inline]] void add(V v, const I* indx, const T* x)
     {
-        if constexpr (V::lanes == 2)
-            sum = sum + v * V{_mm_loadh_pd(_mm_load_sd(x + indx[0]), x + indx[1])};
+        if constexpr (V::lanes == 2) sum = sum + v * V{_mm_loadh_pd(_mm_load_sd(x + indx[0]), x + indx[1])};
         else sum = sum + v * V{_mm_setr_ps(x[indx[0]], x[indx[1]], x[indx[2]], x[indx[3]])};
     }
     friend partial operator+(partial a, partial b) { return {a.sum + b.sum}; }
@@ -30,7 +29,7 @@ struct partial<cplx<R>, Conjugate> {
     using V = vec<R>;
     V by_re = V::zero(), by_im = V::zero();
     template <class I>
-    void add(V v, const I* indx, const cplx<R>* x)
+    [[gnu::always_inline]] void add(V v, const I* indx, const cplx<R>* x)
     {
         if constexpr (V::lanes == 2) {
             const R* z = &x[indx[0]].re;
@@ -51,7 +50,8 @@ struct partial<cplx<R>, Conjugate> {
         by_im.storeu(q);
         cplx<R> s{};
         for (int k = 0; k < V::lanes; k += 2)
-            s = s + (Conjugate ? cplx<R>{p[k] + q[k + 1], q[k] - p[k + 1]} : cplx<R>{p[k] - q[k + 1], p[k + 1] + q[k]});
+            s = s +
+                (Conjugate ? cplx<R>{p[k] + q[k + 1], q[k] - p[k + 1]} : cplx<R>{p[k] - q[k + 1], p[k + 1] + q[k]});
         return s;
     }
 };
@@ -61,8 +61,8 @@ struct split {
     int trip, sums, from;
 };
 
-// A plain product takes trips of 64 entries (single precision: 4, one vector), and rows below one trip entry by entry:
-// a short row never pays for the folding of accumulators. Eight accumulators leave registers for the products.
+// A plain product takes trips of 64 entries (single precision: 4, one vector), and rows below one trip entry by
+// entry: a short row never pays for the folding of accumulators. Eight accumulators leave registers for the products.
 template <class T>
 inline constexpr split whole_row{64, is_complex<T> ? 4 : 8, 64};
 template <>
@@ -89,9 +89,15 @@ template <bool Conjugate>
 struct as_stored {
     static constexpr bool conjugates_sum = Conjugate;
     template <class R>
-    vec<R> operator()(vec<R> v) const { return v; }
+    vec<R> operator()(vec<R> v) const
+    {
+        return v;
+    }
     template <class T>
-    T scalar(T v) const { return conj_if<Conjugate>(v); }
+    T scalar(T v) const
+    {
+        return conj_if<Conjugate>(v);
+    }
 };
 template <class T, bool Conjugate>
 struct times_alpha {
@@ -106,28 +112,61 @@ struct times_alpha {
     T scalar(T v) const { return alpha(conj_if<Conjugate>(v)); }
 };
 
-template <split S, class T, class I, class Map>
-[[gnu::always_inline]] inline T dot(const row<T, I>& a, const T* x, const Map& map)
+// The trips of a row's sums with N vectors, ld apart: the loads of an entry serve all of them, and each has the order
+// of one alone.
+template <split S, int N, class T, class I, class Map>
+[[gnu::always_inline]] inline several<T, N> trips(const row<T, I>& a, const T* x, std::ptrdiff_t ld, const Map& map)
 {
     using P = partial<T, Map::conjugates_sum>;
     using R = real_of<T>;
     constexpr int step = per_vec<T>, rounds = S.trip / step / S.sums;
     static_assert(rounds * S.sums * step == S.trip);
-    T sum{};
+    P p[N][S.sums];
+    std::ptrdiff_t k = 0;
+    do {
+        simd::unroll<rounds * S.sums>([&](auto i) {
+            const auto v = map(vec<R>::loadu(reinterpret_cast<const R*>(a.val + k + i * step)));
+            simd::unroll<N>([&](auto j) { p[j][i % S.sums].add(v, a.indx + k + i * step, x + j * ld); });
+        });
+        k += S.trip;
+    } while (k + S.trip <= a.size);
+    several<T, N> sum;
+    simd::unroll<N>([&](auto j) { sum.e[j] = folded<S.sums>(p[j]).total(); });
+    return sum;
+}
+// Out of line where a trip is long: its registers then do not weigh on the short rows around it.
+template <split S, int N, class T, class I, class Map>
+[[gnu::noinline]] several<T, N> trips_apart(row<T, I> a, const T* x, std::ptrdiff_t ld, Map map)
+{
+    return trips<S, N>(a, x, ld, map);
+}
+
+template <split S, int N, class T, class I, class Map>
+[[gnu::always_inline]] inline several<T, N> dots(const row<T, I>& a, const T* x, std::ptrdiff_t ld, const Map& map)
+{
+    several<T, N> sum{};
     std::ptrdiff_t k = 0;
     if (a.size >= S.from) {
-        P p[S.sums];
-        do {
-            simd::unroll<rounds * S.sums>([&](auto i) {
-                const auto* v = reinterpret_cast<const R*>(a.val + k + i * step);
-                p[i % S.sums].add(map(vec<R>::loadu(v)), a.indx + k + i * step, x);
-            });
-            k += S.trip;
-        } while (k + S.trip <= a.size);
-        sum = folded<S.sums>(p).total();
+        if constexpr (S.trip > 8) sum = trips_apart<S, N>(a, x, ld, map);
+        else sum = trips<S, N>(a, x, ld, map);
+        k = a.size / S.trip * S.trip;
     }
-    for (; k < a.size; ++k) sum = sum + map.scalar(a.val[k]) * x[a.indx[k]];
+    auto add = [&](std::ptrdiff_t i) __attribute__((always_inline))
+    {
+        const T v = map.scalar(a.val[i]);
+        const T* at = x + a.indx[i];
+        simd::unroll<N>([&](auto j) { sum.e[j] = sum.e[j] + v * at[j * ld]; });
+    };
+    if constexpr (S.trip > 8)
+        for (; k + 4 <= a.size; k += 4) simd::unroll<4>([&](auto i) { add(k + i); });
+    for (; k < a.size; ++k) add(k);
     return sum;
+}
+
+template <split S, class T, class I, class Map>
+[[gnu::always_inline]] inline T dot(const row<T, I>& a, const T* x, const Map& map)
+{
+    return dots<S, 1>(a, x, 0, map).e[0];
 }
 
 } // namespace vrn::spblas::csr

@@ -1,6 +1,7 @@
 // spblas/csr/mm.hpp - C := beta*C + alpha*op(A)*B, A m by k in CSR: on a range of rows of C (general, no
 // transposition, by rows), on a range of its columns (everything else), or whole (the diagonal class).
-// The loops are in mm_rows.hpp and mm_columns.hpp. Nothing is allocated. Called by name through the generated exports.
+// The loops are in mm_rows.hpp and mm_columns.hpp. Nothing is allocated. Called by name through the generated
+// exports.
 #pragma once
 
 #include "spblas/csr/mm_columns.hpp"
@@ -18,7 +19,7 @@ void mm_par(const I* first, const I* last, const I* m, const I* n, const I* k, c
     constexpr bool by_rows = Tag.by_rows();
     const I base = Tag.base;
     const std::ptrdiff_t from = *first - std::ptrdiff_t{1}, to = *last, lb = *ldb, lc = *ldc;
-    const matrix<T, I> a(val, indx, pntrb, pntre, from < to && *m > 0);
+    const matrix<T, I> a(val, indx, pntrb, pntre, from<to&& * m> 0);
     b = based(b, base, by_rows ? lb : 1), c = based(c, base, by_rows ? lc : 1);
     const std::ptrdiff_t rows = shape.transposes() ? *k : *m;
     if constexpr (shape.is('g') && !shape.transposes()) {

@@ -18,7 +18,9 @@ struct traffic {
     int p, q;
 };
 template <class T>
-inline constexpr traffic moved = sizeof(T) == 4 ? traffic{12, 8} : sizeof(T) == 8 ? traffic{12, 20} : traffic{20, 36};
+inline constexpr traffic moved = sizeof(T) == 4   ? traffic{12, 8}
+                                 : sizeof(T) == 8 ? traffic{12, 20}
+                                                  : traffic{20, 36};
 inline constexpr double cache_budget = 17000000; // bytes
 
 enum class nest { columns_outer, rows_outer, blocked };
@@ -36,8 +38,8 @@ struct column_plan {
         const auto dm = static_cast<double>(m), dn = static_cast<double>(n);
         const double avg = static_cast<double>(static_cast<float>(last_end - 1) / static_cast<float>(m));
         const double footprint = (q * avg + p * dn) * dm;
-        const float ratio = static_cast<float>(q * dm * static_cast<double>(ncols)) /
-                            static_cast<float>(std::trunc(p * dm * avg));
+        const float ratio =
+            static_cast<float>(q * dm * static_cast<double>(ncols)) / static_cast<float>(std::trunc(p * dm * avg));
         double rows = cache_budget / (p * avg + q * dn) * 0.25;
         rows = rows < 1 ? 1 : rows > dm ? dm : rows;
         column_plan plan{nest::blocked, static_cast<std::ptrdiff_t>(rows), 1};
@@ -49,21 +51,26 @@ struct column_plan {
     }
 };
 
-// Elements of rows from..to-1 in one column.
-template <bool Conjugate, class T, class I>
-[[gnu::always_inline]] inline void mm_column(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to, I base,
-                                             T alpha, const T* x, T* y, T beta)
+// Elements of rows from..to-1 in N columns. More than one share the loads of the entries; each is the same sum as
+// alone.
+template <int N, bool Conjugate, class T, class I>
+[[gnu::always_inline]] inline void mm_columns_of(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to,
+                                                 I base, T alpha, const T* x, std::ptrdiff_t ldb, T* y,
+                                                 std::ptrdiff_t ldc, T beta)
 {
     for (std::ptrdiff_t i = from; i < to; ++i) {
-        const T change = alpha * dot<column_row<T>>(a[i], x, as_stored<Conjugate>{});
-        y[i + base] = beta == T{} ? change : beta * y[i + base] + change;
+        const auto sums = dots<column_row<T>, N>(a[i], x, ldb, as_stored<Conjugate>{});
+        simd::unroll<N>([&](auto j) {
+            T& element = y[i + base + j * ldc];
+            element = beta == T{} ? alpha * sums.e[j] : beta * element + alpha * sums.e[j];
+        });
     }
 }
 
 template <bool Conjugate, class T, class I>
-[[gnu::noinline]] void mm_columns_general(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to, I m, I n,
-                                          I base, T alpha, const T* b, std::ptrdiff_t ldb, T* c, std::ptrdiff_t ldc,
-                                          T beta)
+[[gnu::noinline, gnu::flatten]] void mm_columns_general(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to,
+                                                        I m, I n, I base, T alpha, const T* b, std::ptrdiff_t ldb,
+                                                        T* c, std::ptrdiff_t ldc, T beta)
 {
     if (m < 1) return;
     const column_plan plan = column_plan::of<T>(m, n, to - from, a.pntre[m - 1]);
@@ -73,8 +80,11 @@ template <bool Conjugate, class T, class I>
         for (std::ptrdiff_t block = 0; block < count; ++block) {
             const std::ptrdiff_t begin = block * plan.rows;
             const std::ptrdiff_t end = block + 1 == count ? m : begin + plan.rows;
-            for (std::ptrdiff_t j = from; j < to; ++j)
-                mm_column<Conjugate>(a, begin, end, base, alpha, b + j * ldb, c + j * ldc, beta);
+            std::ptrdiff_t j = from;
+            for (; j + 4 <= to; j += 4)
+                mm_columns_of<4, Conjugate>(a, begin, end, base, alpha, b + j * ldb, ldb, c + j * ldc, ldc, beta);
+            for (; j < to; ++j)
+                mm_columns_of<1, Conjugate>(a, begin, end, base, alpha, b + j * ldb, ldb, c + j * ldc, ldc, beta);
         }
         return;
     }
@@ -89,14 +99,13 @@ template <bool Conjugate, class T, class I>
             T& y = c[i + base + j * ldc];
             y = clears ? y + sum : beta * y + alpha * sum;
         };
-        auto sum = [&](std::ptrdiff_t j) { return dot<column_row<T>>(r, b + j * ldb, as_stored<Conjugate>{}); };
         std::ptrdiff_t j = from;
         for (; j + 1 < to; j += 2) {
-            const T one = sum(j), two = sum(j + 1);
-            element(j, one);
-            element(j + 1, two);
+            const auto sums = dots<column_row<T>, 2>(r, b + j * ldb, ldb, as_stored<Conjugate>{});
+            element(j, sums.e[0]);
+            element(j + 1, sums.e[1]);
         }
-        if (j < to) element(j, sum(j));
+        if (j < to) element(j, dot<column_row<T>>(r, b + j * ldb, as_stored<Conjugate>{}));
     }
     if (clears)
         for (std::ptrdiff_t j = from; j < to; ++j)
@@ -104,9 +113,9 @@ template <bool Conjugate, class T, class I>
 }
 
 template <tag Shape, class T, class I>
-[[gnu::noinline]] void mm_columns_masked(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to,
-                                         std::ptrdiff_t m, I base, T alpha, const T* b, std::ptrdiff_t ldb, T* c,
-                                         std::ptrdiff_t ldc, T beta)
+[[gnu::noinline, gnu::flatten]] void mm_columns_masked(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to,
+                                                       std::ptrdiff_t m, I base, T alpha, const T* b,
+                                                       std::ptrdiff_t ldb, T* c, std::ptrdiff_t ldc, T beta)
 {
     constexpr bool conjugate = Shape.conjugates();
     const times_alpha<T, conjugate> scaled{factor<T>(alpha)};
@@ -141,9 +150,10 @@ template <tag Shape, class T, class I>
 
 // Scatter kernels and two-sided ones. `rows` are C's.
 template <tag Shape, class T, class I>
-[[gnu::noinline]] void mm_columns_scattered(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to,
-                                            std::ptrdiff_t m, std::ptrdiff_t rows, I base, T alpha, const T* b,
-                                            std::ptrdiff_t ldb, T* c, std::ptrdiff_t ldc, T beta)
+[[gnu::noinline, gnu::flatten]] void mm_columns_scattered(const matrix<T, I>& a, std::ptrdiff_t from,
+                                                          std::ptrdiff_t to, std::ptrdiff_t m, std::ptrdiff_t rows,
+                                                          I base, T alpha, const T* b, std::ptrdiff_t ldb, T* c,
+                                                          std::ptrdiff_t ldc, T beta)
 {
     for (std::ptrdiff_t j = from; j < to; ++j) {
         const T* x = b + j * ldb;

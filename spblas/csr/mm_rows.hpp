@@ -22,8 +22,7 @@ template <bool Conjugate, class T, class I, class X>
 [[gnu::always_inline]] inline typename X::value accumulated(const row<T, I>& r, T alpha, const X& x,
                                                             typename X::value sum)
 {
-    for (std::ptrdiff_t k = 0; k < r.size; ++k)
-        sum = sum + (alpha * conj_if<Conjugate>(r.val[k])) * x.get(r.indx[k]);
+    for (std::ptrdiff_t k = 0; k < r.size; ++k) sum = sum + (alpha * conj_if<Conjugate>(r.val[k])) * x.get(r.indx[k]);
     return sum;
 }
 
@@ -50,7 +49,8 @@ template <int Most, class T, class F>
 // Vectors of a strip: eight where only sums are held, four where rows of C are held too.
 inline constexpr int sum_strip = 8, row_strip = 4;
 
-// Of a row of `width` elements, how many vectors are held at once: all where they fit the registers, else equal parts.
+// Of a row of `width` elements, how many vectors are held at once: all where they fit the registers, else equal
+// parts.
 template <class T>
 constexpr int held_vectors(int width)
 {
@@ -60,8 +60,9 @@ constexpr int held_vectors(int width)
 }
 
 template <bool Conjugate, int Width, class T, class I>
-[[gnu::noinline]] void mm_rows_fixed(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to, I base, T alpha,
-                                     const T* b, std::ptrdiff_t ldb, T* c, std::ptrdiff_t ldc, T beta)
+[[gnu::noinline, gnu::flatten]] void mm_rows_fixed(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to,
+                                                   I base, T alpha, const T* b, std::ptrdiff_t ldb, T* c,
+                                                   std::ptrdiff_t ldc, T beta)
 {
     constexpr int vectors = held_vectors<T>(Width), part = vectors * per_vec<T>;
     for (std::ptrdiff_t i = from; i < to; ++i) {
@@ -75,8 +76,9 @@ template <bool Conjugate, int Width, class T, class I>
 }
 
 template <bool Conjugate, class T, class I>
-[[gnu::noinline]] void mm_rows_any(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to, std::ptrdiff_t n,
-                                   I base, T alpha, const T* b, std::ptrdiff_t ldb, T* c, std::ptrdiff_t ldc, T beta)
+[[gnu::noinline, gnu::flatten]] void mm_rows_any(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to,
+                                                 std::ptrdiff_t n, I base, T alpha, const T* b, std::ptrdiff_t ldb,
+                                                 T* c, std::ptrdiff_t ldc, T beta)
 {
     for (std::ptrdiff_t i = from; i < to; ++i) {
         const row<T, I> r = a[i];
@@ -91,11 +93,16 @@ void mm_rows_general(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t 
                      const T* b, std::ptrdiff_t ldb, T* c, std::ptrdiff_t ldc, T beta)
 {
     switch (n) {
-    case 8: return mm_rows_fixed<Conjugate, 8>(a, from, to, base, alpha, b, ldb, c, ldc, beta);
-    case 16: return mm_rows_fixed<Conjugate, 16>(a, from, to, base, alpha, b, ldb, c, ldc, beta);
-    case 24: return mm_rows_fixed<Conjugate, 24>(a, from, to, base, alpha, b, ldb, c, ldc, beta);
-    case 32: return mm_rows_fixed<Conjugate, 32>(a, from, to, base, alpha, b, ldb, c, ldc, beta);
-    default: return mm_rows_any<Conjugate>(a, from, to, n, base, alpha, b, ldb, c, ldc, beta);
+    case 8:
+        return mm_rows_fixed<Conjugate, 8>(a, from, to, base, alpha, b, ldb, c, ldc, beta);
+    case 16:
+        return mm_rows_fixed<Conjugate, 16>(a, from, to, base, alpha, b, ldb, c, ldc, beta);
+    case 24:
+        return mm_rows_fixed<Conjugate, 24>(a, from, to, base, alpha, b, ldb, c, ldc, beta);
+    case 32:
+        return mm_rows_fixed<Conjugate, 32>(a, from, to, base, alpha, b, ldb, c, ldc, beta);
+    default:
+        return mm_rows_any<Conjugate>(a, from, to, n, base, alpha, b, ldb, c, ldc, beta);
     }
 }
 
@@ -107,8 +114,8 @@ bool foreign(I col, I self)
 }
 
 template <tag Shape, class T, class I, class X, class Y>
-[[gnu::always_inline]] inline void mm_rows_masked(const matrix<T, I>& a, std::ptrdiff_t m, I base, T alpha, const X& x,
-                                                  const Y& y, T beta)
+[[gnu::always_inline]] inline void mm_rows_masked(const matrix<T, I>& a, std::ptrdiff_t m, I base, T alpha,
+                                                  const X& x, const Y& y, T beta)
 {
     constexpr bool conjugate = Shape.conjugates();
     for (std::ptrdiff_t i = 0; i < m; ++i) {
@@ -117,10 +124,9 @@ template <tag Shape, class T, class I, class X, class Y>
         auto sum = accumulated<conjugate>(r, alpha, x, begun(y, self, beta));
         auto outside = Y::zero();
         for (std::ptrdiff_t k = 0; k < r.size; ++k)
-            if (foreign<Shape>(r.indx[k], self))
-                outside = outside + (alpha * conj_if<conjugate>(r.val[k])) * x.get(r.indx[k]);
+            if (foreign<Shape>(r.indx[k], self)) x.add(outside, alpha * conj_if<conjugate>(r.val[k]), r.indx[k]);
         sum = sum - outside;
-        if constexpr (Shape.unit()) sum = sum + alpha * x.get(self);
+        if constexpr (Shape.unit()) x.add(sum, alpha, self);
         y.put(self, sum);
     }
 }
@@ -138,7 +144,7 @@ template <tag Shape, class T, class I, class X, class Y>
             T v = own<Shape>(r.val[k]);
             if constexpr (Shape.is('h') && Shape.op == 't' && !Shape.unit())
                 if (r.indx[k] == self) v = on_diagonal<Shape>(r.val[k]);
-            sum = sum + (alpha * v) * x.get(r.indx[k]);
+            x.add(sum, alpha * v, r.indx[k]);
         }
         y.put(self, sum);
     }
@@ -149,9 +155,8 @@ template <tag Shape, class T, class I, class X, class Y>
         auto outside = Y::zero();
         for (std::ptrdiff_t k = 0; k < r.size; ++k) {
             const I col = r.indx[k];
-            if (inside<Shape.lower()>(col, self))
-                y.put(col, y.get(col) + (alpha * mirrored<Shape>(r.val[k])) * mine);
-            else if (foreign<Shape>(col, self)) outside = outside + (alpha * own<Shape>(r.val[k])) * x.get(col);
+            if (inside<Shape.lower()>(col, self)) y.put(col, y.get(col) + (alpha * mirrored<Shape>(r.val[k])) * mine);
+            else if (foreign<Shape>(col, self)) x.add(outside, alpha * own<Shape>(r.val[k]), col);
         }
         auto sum = y.get(self) - outside;
         if constexpr (Shape.unit()) sum = sum + alpha * mine;
@@ -161,9 +166,9 @@ template <tag Shape, class T, class I, class X, class Y>
 
 // Columns from..to-1 of all but the general class without transposition. `rows` are C's.
 template <tag Shape, class T, class I>
-[[gnu::noinline]] void mm_rows(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to, std::ptrdiff_t m,
-                               std::ptrdiff_t rows, I base, T alpha, const T* b, std::ptrdiff_t ldb, T* c,
-                               std::ptrdiff_t ldc, T beta)
+[[gnu::noinline, gnu::flatten]] void mm_rows(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to,
+                                             std::ptrdiff_t m, std::ptrdiff_t rows, I base, T alpha, const T* b,
+                                             std::ptrdiff_t ldb, T* c, std::ptrdiff_t ldc, T beta)
 {
     over_strips<row_strip>(from, to, b, ldb, c, ldc, [&](auto x, auto y) {
         if constexpr (Shape.two_sided()) mm_rows_two_sided<Shape>(a, m, base, alpha, x, y, beta);

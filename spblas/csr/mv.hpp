@@ -19,23 +19,24 @@
 namespace vrn::spblas::csr {
 
 template <class T>
-T updated(T y, T beta, T change)
+[[gnu::always_inline]] inline void update(T& y, T beta, T change)
 {
-    return beta == T{} ? change : y * beta + change;
+    if (beta == T{}) y = change;
+    else y = y * beta + change;
 }
 
 // The bodies know neither base nor layout, so that both bases share them: x and y come shifted by the base.
 template <bool Conjugate, class T, class I>
-[[gnu::noinline]] void mv_general(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to, I base, T alpha,
-                                  const T* x, T* y, T beta)
+[[gnu::noinline, gnu::flatten]] void mv_general(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to, I base,
+                                                T alpha, const T* x, T* y, T beta)
 {
     for (std::ptrdiff_t i = from; i < to; ++i)
-        y[i + base] = updated(y[i + base], beta, alpha * dot<whole_row<T>>(a[i], x, as_stored<Conjugate>{}));
+        update(y[i + base], beta, alpha * dot<whole_row<T>>(a[i], x, as_stored<Conjugate>{}));
 }
 
 template <tag Shape, class T, class I>
-[[gnu::noinline]] void mv_masked(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to, I base, T alpha,
-                                 const T* x, T* y, T beta)
+[[gnu::noinline, gnu::flatten]] void mv_masked(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to, I base,
+                                               T alpha, const T* x, T* y, T beta)
 {
     constexpr bool conjugate = Shape.conjugates();
     for (std::ptrdiff_t i = from; i < to; ++i) {
@@ -49,13 +50,13 @@ template <tag Shape, class T, class I>
         }
         T change = alpha * sum;
         if constexpr (Shape.unit()) change = change + alpha * x[self];
-        y[self] = updated(y[self], beta, change);
+        update(y[self], beta, change);
     }
 }
 
 template <tag Shape, class T, class I>
-[[gnu::noinline]] void mv_scattered(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to, std::ptrdiff_t n,
-                                    I base, T alpha, const T* x, T* y, T beta)
+[[gnu::noinline, gnu::flatten]] void mv_scattered(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to,
+                                                  std::ptrdiff_t n, I base, T alpha, const T* x, T* y, T beta)
 {
     scale(vector<T>{y}, base, base + n, beta);
     if constexpr (Shape.two_sided()) two_sided<Shape>(a, from, to, base, alpha, x, y);
@@ -63,14 +64,14 @@ template <tag Shape, class T, class I>
 }
 
 template <bool Conjugate, class T, class I>
-[[gnu::noinline]] void mv_diagonal(const matrix<T, I>& a, std::ptrdiff_t m, I base, T alpha, const T* x, T* y, T beta)
+[[gnu::noinline, gnu::flatten]] void mv_diagonal(const matrix<T, I>& a, std::ptrdiff_t m, I base, T alpha, const T* x,
+                                                 T* y, T beta)
 {
     scale(vector<T>{y}, base, base + m, beta);
     for (std::ptrdiff_t i = 0; i < m; ++i) {
         const row<T, I> r = a[i];
         for (std::ptrdiff_t k = 0; k < r.size; ++k)
-            if (r.indx[k] == i + base)
-                y[i + base] = y[i + base] + alpha * conj_if<Conjugate>(r.val[k]) * x[i + base];
+            if (r.indx[k] == i + base) y[i + base] = y[i + base] + alpha * conj_if<Conjugate>(r.val[k]) * x[i + base];
     }
 }
 

@@ -54,8 +54,7 @@ void scale(const Operand& y, std::ptrdiff_t from, std::ptrdiff_t to, T beta)
 // Row blocks: `size` rows each, and the last runs to the end, so that it may hold almost twice as many.
 struct blocks {
     std::ptrdiff_t rows, size, count;
-    blocks(std::ptrdiff_t m, std::ptrdiff_t limit)
-        : rows(m), size(m < limit ? m : limit), count(m > 0 ? m / size : 0)
+    blocks(std::ptrdiff_t m, std::ptrdiff_t limit) : rows(m), size(m < limit ? m : limit), count(m > 0 ? m / size : 0)
     {
     }
     std::ptrdiff_t begin(std::ptrdiff_t b) const { return b * size; }

@@ -19,9 +19,7 @@ template <tag Shape, class T, class I, class X, class Y>
         const I self = static_cast<I>(i + base);
         const typename X::value t = alpha * x.get(self);
         // One after the other even in pairs, since a column may stand twice in a row.
-        auto add = [&](std::ptrdiff_t k) {
-            y.put(r.indx[k], y.get(r.indx[k]) + conj_if<conjugate>(r.val[k]) * t);
-        };
+        auto add = [&](std::ptrdiff_t k) { y.put(r.indx[k], y.get(r.indx[k]) + conj_if<conjugate>(r.val[k]) * t); };
         std::ptrdiff_t k = 0;
         for (; k + 1 < r.size; k += 2) {
             add(k);

@@ -1,7 +1,8 @@
 // spblas/csr/sm.hpp - C := inv(op(A))*C on a range of columns, A triangular in CSR with sorted rows;
 // C := alpha*inv(op(A))*C where A is its diagonal alone. The index base is an argument here, not a letter.
 //
-//     lower, ops n s   forward, rows outermost, one accumulator a column in a workspace. Where it cannot be had, column
+//     lower, ops n s   forward, rows outermost, one accumulator a column in a workspace. Where it cannot be had,
+//     column
 //                      by column as sv.hpp does it: then with a division where the workspace path multiplies by the
 //                      reciprocal, so that the two agree up to rounding.
 //     upper, ops n s   backward, a sum in four parts for each column
@@ -52,8 +53,8 @@ vector<T> accumulators(const Y&, T* acc)
 }
 
 template <tag Shape, class T, class I>
-[[gnu::noinline]] void sm_lower(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to, std::ptrdiff_t m,
-                                std::ptrdiff_t n, I base, T* c, std::ptrdiff_t ldc)
+[[gnu::noinline, gnu::flatten]] void sm_lower(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to,
+                                              std::ptrdiff_t m, std::ptrdiff_t n, I base, T* c, std::ptrdiff_t ldc)
 {
     constexpr bool conjugate = Shape.conjugates(), by_rows = Shape.by_rows();
     const blocks block(m, lower_block);
@@ -83,8 +84,7 @@ template <tag Shape, class T, class I>
             const triangle_part p = part_of<Shape>(r, self);
             over_columns<by_rows, sum_strip>(from, to, c, ldc, [&](auto y, std::ptrdiff_t j) {
                 auto sum = y.zero();
-                for (std::ptrdiff_t k = p.begin; k < p.end; ++k)
-                    sum = sum + conj_if<conjugate>(r.val[k]) * y.get(r.indx[k]);
+                for (std::ptrdiff_t k = p.begin; k < p.end; ++k) y.add(sum, conj_if<conjugate>(r.val[k]), r.indx[k]);
                 accumulators(y, acc + j).put(0, sum);
             });
             T inv = unity<T>;
@@ -99,8 +99,8 @@ template <tag Shape, class T, class I>
 }
 
 template <tag Shape, class T, class I>
-[[gnu::noinline]] void sm_upper(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to, std::ptrdiff_t m,
-                                I base, T* c, std::ptrdiff_t ldc)
+[[gnu::noinline, gnu::flatten]] void sm_upper(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to,
+                                              std::ptrdiff_t m, I base, T* c, std::ptrdiff_t ldc)
 {
     constexpr bool conjugate = Shape.conjugates();
     const blocks block(m, upper_block);
@@ -113,15 +113,15 @@ template <tag Shape, class T, class I>
             if constexpr (!Shape.unit()) inv = inv / conj_if<conjugate>(r.val[p.diagonal]);
             // Four sums of two vectors fill half of the registers.
             over_columns<Shape.by_rows(), 2>(from, to, c, ldc, [&](auto y, std::ptrdiff_t) {
-                auto product = [&](std::ptrdiff_t k) { return conj_if<conjugate>(r.val[k]) * y.get(r.indx[k]); };
+                auto add = [&](auto& sum, std::ptrdiff_t k) { y.add(sum, conj_if<conjugate>(r.val[k]), r.indx[k]); };
                 auto s0 = y.zero(), s1 = y.zero(), s2 = y.zero(), s3 = y.zero();
                 std::ptrdiff_t k = p.begin;
                 for (; k + 4 <= p.end; k += 4) {
-                    s0 = s0 + product(k), s1 = s1 + product(k + 1);
-                    s2 = s2 + product(k + 2), s3 = s3 + product(k + 3);
+                    add(s0, k), add(s1, k + 1);
+                    add(s2, k + 2), add(s3, k + 3);
                 }
                 auto sum = (s0 + s1) + (s2 + s3);
-                for (; k < p.end; ++k) sum = sum + product(k);
+                for (; k < p.end; ++k) add(sum, k);
                 auto left = y.get(self) - sum;
                 if constexpr (!Shape.unit()) left = inv * left;
                 y.put(self, left);
@@ -154,8 +154,8 @@ template <tag Shape, class T, class I>
 }
 
 template <tag Shape, class T, class I>
-[[gnu::noinline]] void sm_transposed(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to, std::ptrdiff_t m,
-                                     I base, T* c, std::ptrdiff_t ldc)
+[[gnu::noinline, gnu::flatten]] void sm_transposed(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to,
+                                                   std::ptrdiff_t m, I base, T* c, std::ptrdiff_t ldc)
 {
     if constexpr (Shape.lower()) {
         for (std::ptrdiff_t i = m - 1; i >= 0; --i) sm_scatter<Shape>(a, i, from, to, base, c, ldc);
@@ -168,8 +168,8 @@ template <tag Shape, class T, class I>
 }
 
 template <tag Shape, class T, class I>
-[[gnu::noinline]] void sm_diagonal(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to, std::ptrdiff_t m,
-                                   I base, T alpha, T* c, std::ptrdiff_t ldc)
+[[gnu::noinline, gnu::flatten]] void sm_diagonal(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to,
+                                                 std::ptrdiff_t m, I base, T alpha, T* c, std::ptrdiff_t ldc)
 {
     for (std::ptrdiff_t i = 0; i < m; ++i) {
         const row<T, I> r = a[i];

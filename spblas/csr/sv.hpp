@@ -9,7 +9,7 @@
 namespace vrn::spblas::csr {
 
 template <tag Shape, class T, class I>
-[[gnu::noinline]] void sv_diagonal(const matrix<T, I>& a, std::ptrdiff_t m, I base, T alpha, T* y)
+[[gnu::noinline, gnu::flatten]] void sv_diagonal(const matrix<T, I>& a, std::ptrdiff_t m, I base, T alpha, T* y)
 {
     for (std::ptrdiff_t i = 0; i < m; ++i) {
         const row<T, I> r = a[i];
@@ -22,7 +22,7 @@ template <tag Shape, class T, class I>
 
 // Lower, ops n and s: the scan for the diagonal and the sum are one loop.
 template <tag Shape, class T, class I>
-[[gnu::noinline]] void sv_lower(const matrix<T, I>& a, std::ptrdiff_t m, I base, T* y)
+[[gnu::noinline, gnu::flatten]] void sv_lower(const matrix<T, I>& a, std::ptrdiff_t m, I base, T* y)
 {
     constexpr bool conjugate = Shape.conjugates();
     for (std::ptrdiff_t i = 0; i < m; ++i) {
@@ -37,7 +37,7 @@ template <tag Shape, class T, class I>
 }
 
 template <tag Shape, class T, class I>
-[[gnu::noinline]] void sv_upper(const matrix<T, I>& a, std::ptrdiff_t m, I base, T* y)
+[[gnu::noinline, gnu::flatten]] void sv_upper(const matrix<T, I>& a, std::ptrdiff_t m, I base, T* y)
 {
     constexpr bool conjugate = Shape.conjugates();
     for (std::ptrdiff_t i = m - 1; i >= 0; --i) {
@@ -68,7 +68,8 @@ template <tag Shape, class T, class I>
 }
 
 template <tag Shape, class T, class I>
-[[gnu::noinline]] void sv_transposed(const matrix<T, I>& a, std::ptrdiff_t m, I base, std::ptrdiff_t limit, T* y)
+[[gnu::noinline, gnu::flatten]] void sv_transposed(const matrix<T, I>& a, std::ptrdiff_t m, I base,
+                                                   std::ptrdiff_t limit, T* y)
 {
     if constexpr (Shape.lower()) {
         for (std::ptrdiff_t i = m - 1; i >= 0; --i) sv_scatter<Shape>(a, i, base, y);

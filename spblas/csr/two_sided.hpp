@@ -13,8 +13,8 @@
 
 namespace vrn::spblas::csr {
 
-// Of a value: in its row's own sum, and in the mirrored position. Transposing a symmetric matrix changes nothing, so that
-// op c conjugates it; transposing a Hermitian one conjugates it and leaves the diagonal as it stands.
+// Of a value: in its row's own sum, and in the mirrored position. Transposing a symmetric matrix changes nothing, so
+// that op c conjugates it; transposing a Hermitian one conjugates it and leaves the diagonal as it stands.
 template <tag Shape>
 inline constexpr bool conjugates_own = Shape.is('h') ? Shape.op == 't' : Shape.conjugates();
 template <tag Shape, class T>
@@ -25,12 +25,12 @@ template <tag Shape, class T>
 template <tag Shape, class T>
 [[gnu::always_inline]] inline T on_diagonal(T v)
 {
-    return conj_if<!Shape.is('h') && Shape.conjugates()>(v);
+    return conj_if < !Shape.is('h') && Shape.conjugates() > (v);
 }
 template <tag Shape, class T>
 [[gnu::always_inline]] inline T mirrored(T v)
 {
-    const T w = conj_if<Shape.is('h') ? Shape.op == 'n' : Shape.conjugates()>(v);
+    const T w = conj_if < Shape.is('h') ? Shape.op == 'n' : Shape.conjugates() > (v);
     if constexpr (Shape.is('a')) return -w;
     else return w;
 }
