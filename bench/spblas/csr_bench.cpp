@@ -76,7 +76,8 @@ operands<T>& given(const std::string& name, which part)
     for (auto& [k, o] : all)
         if (k == key) return *o;
     const pattern p = name == "laplacian" ? laplacian(1000) : name == "random" ? scattered(100000) : elasticity(30);
-    all.emplace_back(key, std::make_unique<operands<T>>(part == which::whole ? p : triangle(p, part == which::lower)));
+    all.emplace_back(key,
+                     std::make_unique<operands<T>>(part == which::whole ? p : triangle(p, part == which::lower)));
     return *all.back().second;
 }
 
@@ -123,12 +124,11 @@ void mv(benchmark::State& state, const std::string& name, which part, const std:
 {
     auto& o = given<T>(name, part);
     auto* f = kernel<arguments::csr_mv_par<T, I>>(letter<T> + ("csr0" + shape + "c__mvout_par"));
-    std::vector<contestant> all{
-        {"ours", true, times([&o, f] {
-             f(&o.one, &o.m, &o.m, &o.m, &o.alpha, o.a.valuePtr(), o.a.innerIndexPtr(), o.begin(), o.end(),
-               o.x.data(), o.y.data(), &o.beta);
-         })},
-        {"Eigen", true, times([&o, eigen] { eigen(o); })}};
+    std::vector<contestant> all{{"ours", true, times([&o, f] {
+                                     f(&o.one, &o.m, &o.m, &o.m, &o.alpha, o.a.valuePtr(), o.a.innerIndexPtr(),
+                                       o.begin(), o.end(), o.x.data(), o.y.data(), &o.beta);
+                                 })},
+                                {"Eigen", true, times([&o, eigen] { eigen(o); })}};
     if (loop) all.push_back({"loop", true, times([&o] { loop_mv(o, o.z.data()); })});
     contest_of<T>(state, flop * static_cast<double>(o.a.nonZeros()), all);
 }
@@ -147,7 +147,8 @@ void sv(benchmark::State& state, const std::string& name, which part, const std:
 
 // Products with n columns by rows or by columns; the range is everything.
 template <class T, int Order>
-void mm(benchmark::State& state, const std::string& name, which part, const std::string& shape, int n, bool ranges_rows)
+void mm(benchmark::State& state, const std::string& name, which part, const std::string& shape, int n,
+        bool ranges_rows)
 {
     using matrix = Eigen::Matrix<T, Eigen::Dynamic, Eigen::Dynamic, Order>;
     constexpr bool by_rows = Order == Eigen::RowMajor;
@@ -155,7 +156,8 @@ void mm(benchmark::State& state, const std::string& name, which part, const std:
     const matrix b = matrix::Constant(o.m, n, T(0.5));
     matrix c = b, d = b;
     const I columns = n, last = ranges_rows ? o.m : n, ld = by_rows ? n : o.m;
-    auto* f = kernel<arguments::csr_mm_par<T, I>>(letter<T> + ("csr0" + shape + (by_rows ? "c" : "f") + "__mmout_par"));
+    auto* f =
+        kernel<arguments::csr_mm_par<T, I>>(letter<T> + ("csr0" + shape + (by_rows ? "c" : "f") + "__mmout_par"));
     contest_of<T>(state, 2.0 * n * static_cast<double>(o.a.nonZeros()),
                   {{"ours", true, times([&] {
                         f(&o.one, &last, &o.m, &columns, &o.m, &o.alpha, o.a.valuePtr(), o.a.innerIndexPtr(),
@@ -195,14 +197,17 @@ void add(const std::string& name)
         benchmark::RegisterBenchmark((letter<T> + what + "/" + name).c_str(), body)->UseManualTime()->Iterations(1);
     };
     row("mv", [=](auto& s) {
-        mv<T>(s, name, which::whole, "ng__", 2, [](auto& o) { o.z.noalias() = o.a * o.x; }, true);
+        mv<T>(
+            s, name, which::whole, "ng__", 2, [](auto& o) { o.z.noalias() = o.a * o.x; }, true);
     });
     row("mv_trans", [=](auto& s) {
-        mv<T>(s, name, which::whole, "tg__", 2, [](auto& o) { o.z.noalias() = o.a.transpose() * o.x; }, false);
+        mv<T>(
+            s, name, which::whole, "tg__", 2, [](auto& o) { o.z.noalias() = o.a.transpose() * o.x; }, false);
     });
     row("mv_symm", [=](auto& s) {
-        mv<T>(s, name, which::lower, "nsln", 4,
-              [](auto& o) { o.z.noalias() = o.a.template selfadjointView<Eigen::Lower>() * o.x; }, false);
+        mv<T>(
+            s, name, which::lower, "nsln", 4,
+            [](auto& o) { o.z.noalias() = o.a.template selfadjointView<Eigen::Lower>() * o.x; }, false);
     });
     row("sv_lower", [=](auto& s) {
         sv<T>(s, name, which::lower, "ntln",

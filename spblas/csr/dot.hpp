@@ -6,7 +6,27 @@
 
 #include "spblas/csr/rows.hpp"
 
+#include <cstring>
+
 namespace vrn::spblas::csr {
+
+// N neighbouring column indices. Two of 32 bits come in one load: three loads an entry are what bounds a row's sum
+// that the caches hold.
+template <class I, int N>
+struct places {
+    std::ptrdiff_t col[N];
+    [[gnu::always_inline]] explicit places(const I* indx)
+    {
+        if constexpr (sizeof(I) == 4 && N % 2 == 0)
+            simd::unroll<N / 2>([&](auto i) {
+                std::int64_t two;
+                std::memcpy(&two, indx + 2 * i, sizeof two);
+                col[2 * i] = static_cast<std::int32_t>(two);
+                col[2 * i + 1] = two >> 32;
+            });
+        else simd::unroll<N>([&](auto i) { col[i] = indx[i]; });
+    }
+};
 
 // Products of one vector of values with what the indices name. A complex sum is kept in two parts, values times real
 // and times imaginary parts of x, which saves a shuffle an entry; they meet once, at the end.
@@ -14,11 +34,11 @@ template <class T, bool Conjugate>
 struct partial {
     using V = vec<T>;
     V sum = V::zero();
-    template <class I>
-    [[gnu::always_inline]] void add(V v, const I* indx, const T* x)
+    template <class Places>
+    [[gnu::always_inline]] void add(V v, const Places& at, const T* x)
     {
-        if constexpr (V::lanes == 2) sum = sum + v * V{_mm_loadh_pd(_mm_load_sd(x + indx[0]), x + indx[1])};
-        else sum = sum + v * V{_mm_setr_ps(x[indx[0]], x[indx[1]], x[indx[2]], x[indx[3]])};
+        if constexpr (V::lanes == 2) sum = sum + v * V{_mm_loadh_pd(_mm_load_sd(x + at.col[0]), x + at.col[1])};
+        else sum = sum + v * V{_mm_setr_ps(x[at.col[0]], x[at.col[1]], x[at.col[2]], x[at.col[3]])};
     }
     friend partial operator+(partial a, partial b) { return {a.sum + b.sum}; }
     T total() const { return sum.sum(); }
@@ -28,15 +48,15 @@ template <class R, bool Conjugate>
 struct partial<cplx<R>, Conjugate> {
     using V = vec<R>;
     V by_re = V::zero(), by_im = V::zero();
-    template <class I>
-    [[gnu::always_inline]] void add(V v, const I* indx, const cplx<R>* x)
+    template <class Places>
+    [[gnu::always_inline]] void add(V v, const Places& at, const cplx<R>* x)
     {
         if constexpr (V::lanes == 2) {
-            const R* z = &x[indx[0]].re;
+            const R* z = &x[at.col[0]].re;
             by_re = by_re + v * V::all_at(z);
             by_im = by_im + v * V::all_at(z + 1);
         } else {
-            const V z = V::halves(&x[indx[0]].re, &x[indx[1]].re);
+            const V z = V::halves(&x[at.col[0]].re, &x[at.col[1]].re);
             by_re = by_re + v * V{_mm_moveldup_ps(z.v)};
             by_im = by_im + v * V{_mm_movehdup_ps(z.v)};
         }
@@ -112,54 +132,40 @@ struct times_alpha {
     T scalar(T v) const { return alpha(conj_if<Conjugate>(v)); }
 };
 
-// The trips of a row's sums with N vectors, ld apart: the loads of an entry serve all of them, and each has the order
-// of one alone.
+// The row's sums with N vectors, ld apart: the loads of an entry serve all of them, and each has the order of one
+// alone.
 template <split S, int N, class T, class I, class Map>
-[[gnu::always_inline]] inline several<T, N> trips(const row<T, I>& a, const T* x, std::ptrdiff_t ld, const Map& map)
+[[gnu::always_inline]] inline several<T, N> dots(const row<T, I>& a, const T* x, std::ptrdiff_t ld, const Map& map)
 {
     using P = partial<T, Map::conjugates_sum>;
     using R = real_of<T>;
     constexpr int step = per_vec<T>, rounds = S.trip / step / S.sums;
     static_assert(rounds * S.sums * step == S.trip);
-    P p[N][S.sums];
-    std::ptrdiff_t k = 0;
-    do {
-        simd::unroll<rounds * S.sums>([&](auto i) {
-            const auto v = map(vec<R>::loadu(reinterpret_cast<const R*>(a.val + k + i * step)));
-            simd::unroll<N>([&](auto j) { p[j][i % S.sums].add(v, a.indx + k + i * step, x + j * ld); });
-        });
-        k += S.trip;
-    } while (k + S.trip <= a.size);
-    several<T, N> sum;
-    simd::unroll<N>([&](auto j) { sum.e[j] = folded<S.sums>(p[j]).total(); });
-    return sum;
-}
-// Out of line where a trip is long: its registers then do not weigh on the short rows around it.
-template <split S, int N, class T, class I, class Map>
-[[gnu::noinline]] several<T, N> trips_apart(row<T, I> a, const T* x, std::ptrdiff_t ld, Map map)
-{
-    return trips<S, N>(a, x, ld, map);
-}
-
-template <split S, int N, class T, class I, class Map>
-[[gnu::always_inline]] inline several<T, N> dots(const row<T, I>& a, const T* x, std::ptrdiff_t ld, const Map& map)
-{
     several<T, N> sum{};
     std::ptrdiff_t k = 0;
     if (a.size >= S.from) {
-        if constexpr (S.trip > 8) sum = trips_apart<S, N>(a, x, ld, map);
-        else sum = trips<S, N>(a, x, ld, map);
-        k = a.size / S.trip * S.trip;
+        P p[N][S.sums];
+        do {
+            simd::unroll<rounds * S.sums>([&](auto i) __attribute__((always_inline)) {
+                const auto v = map(vec<R>::loadu(reinterpret_cast<const R*>(a.val + k + i * step)));
+                const places<I, step> at(a.indx + k + i * step);
+                simd::unroll<N>([&](auto j) { p[j][i % S.sums].add(v, at, x + j * ld); });
+            });
+            k += S.trip;
+        } while (k + S.trip <= a.size);
+        simd::unroll<N>([&](auto j) { sum.e[j] = folded<S.sums>(p[j]).total(); });
     }
-    auto add = [&](std::ptrdiff_t i) __attribute__((always_inline))
+    auto add = [&](std::ptrdiff_t i, std::ptrdiff_t col) __attribute__((always_inline))
     {
         const T v = map.scalar(a.val[i]);
-        const T* at = x + a.indx[i];
-        simd::unroll<N>([&](auto j) { sum.e[j] = sum.e[j] + v * at[j * ld]; });
+        simd::unroll<N>([&](auto j) { sum.e[j] = sum.e[j] + v * x[col + j * ld]; });
     };
-    if constexpr (S.trip > 8)
-        for (; k + 4 <= a.size; k += 4) simd::unroll<4>([&](auto i) { add(k + i); });
-    for (; k < a.size; ++k) add(k);
+    for (const std::ptrdiff_t even = a.size & ~std::ptrdiff_t{1}; k < even; k += 2) {
+        const places<I, 2> at(a.indx + k);
+        add(k, at.col[0]);
+        add(k + 1, at.col[1]);
+    }
+    if ((a.size & 1) != 0) add(k, a.indx[k]);
     return sum;
 }
 

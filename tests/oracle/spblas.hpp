@@ -66,14 +66,15 @@ struct products {
     std::vector<wide_real<T>> gauge;
     std::vector<std::int64_t> terms;
 
-    products(const std::vector<entry<T>>& a, const std::vector<entry<T>>& passed, T alpha, const T* x, std::int64_t xs,
-             T beta, const T* y, std::int64_t ys, std::int64_t rows)
+    products(const std::vector<entry<T>>& a, const std::vector<entry<T>>& passed, T alpha, const T* x,
+             std::int64_t xs, T beta, const T* y, std::int64_t ys, std::int64_t rows)
         : exact(static_cast<std::size_t>(rows)), gauge(exact.size()), terms(exact.size())
     {
         auto at = [](std::int64_t i) { return static_cast<std::size_t>(i); };
         for (const entry<T>& e : a) exact[at(e.row)] += wide<T>(alpha) * wide<T>(e.value) * wide<T>(x[e.col * xs]);
         for (const entry<T>& e : passed) {
-            gauge[at(e.row)] += std::abs(wide<T>(alpha)) * std::abs(wide<T>(e.value)) * std::abs(wide<T>(x[e.col * xs]));
+            gauge[at(e.row)] +=
+                std::abs(wide<T>(alpha)) * std::abs(wide<T>(e.value)) * std::abs(wide<T>(x[e.col * xs]));
             terms[at(e.row)] += 2;
         }
         if (beta == T{}) return;

@@ -1,4 +1,5 @@
-// tests/spblas/stems.hpp - the names of the sparse grammar with their letters, from the table they are generated from.
+// tests/spblas/stems.hpp - the names of the sparse grammar with their letters, from the table they are generated
+// from.
 #pragma once
 
 #include "tests/oracle/spblas.hpp"
@@ -38,9 +39,10 @@ struct stem_row {
     bool written;
 };
 inline constexpr stem_row stem_rows[] = {
-#define VRN_STEM(name, type, width, format, base, op, kind, triangle, diagonal, layout, product, mode, arguments,     \
-                 written)                                                                                             \
-    {#name, type, width, #format, base, op, kind, triangle, diagonal, layout, #product, #mode, #arguments, written != 0},
+#define VRN_STEM(name, type, width, format, base, op, kind, triangle, diagonal, layout, product, mode, arguments,    \
+                 written)                                                                                            \
+    {#name,    type,     width,  #format,  base,  op,         kind,                                                  \
+     triangle, diagonal, layout, #product, #mode, #arguments, written != 0},
 #include "spblas/stems.inc"
 };
 
@@ -50,7 +52,8 @@ inline std::vector<stem> stems(std::string_view format, std::string_view product
     std::vector<stem> found;
     for (const stem_row& r : stem_rows)
         if (r.written && r.width == 64 && r.format == format && r.product == product && r.type == type)
-            found.push_back({r.name, r.base, r.op, r.kind, r.triangle, r.diagonal, r.layout, r.product, r.mode, r.arguments});
+            found.push_back(
+                {r.name, r.base, r.op, r.kind, r.triangle, r.diagonal, r.layout, r.product, r.mode, r.arguments});
     return found;
 }
 
