@@ -6,27 +6,7 @@
 
 #include "spblas/csr/rows.hpp"
 
-#include <cstring>
-
 namespace vrn::spblas::csr {
-
-// N neighbouring column indices. Two of 32 bits come in one load: three loads an entry are what bounds a row's sum
-// that the caches hold.
-template <class I, int N>
-struct places {
-    std::ptrdiff_t col[N];
-    [[gnu::always_inline]] explicit places(const I* indx)
-    {
-        if constexpr (sizeof(I) == 4 && N % 2 == 0)
-            simd::unroll<N / 2>([&](auto i) {
-                std::int64_t two;
-                std::memcpy(&two, indx + 2 * i, sizeof two);
-                col[2 * i] = static_cast<std::int32_t>(two);
-                col[2 * i + 1] = two >> 32;
-            });
-        else simd::unroll<N>([&](auto i) { col[i] = indx[i]; });
-    }
-};
 
 // Products of one vector of values with what the indices name. A complex sum is kept in two parts, values times real
 // and times imaginary parts of x, which saves a shuffle an entry; they meet once, at the end.
@@ -132,40 +112,55 @@ struct times_alpha {
     T scalar(T v) const { return alpha(conj_if<Conjugate>(v)); }
 };
 
-// The row's sums with N vectors, ld apart: the loads of an entry serve all of them, and each has the order of one
-// alone.
+// All whole trips of a row, with N vectors ld apart.
 template <split S, int N, class T, class I, class Map>
-[[gnu::always_inline]] inline several<T, N> dots(const row<T, I>& a, const T* x, std::ptrdiff_t ld, const Map& map)
+[[gnu::always_inline]] inline several<T, N> trips(const T* val, const I* indx, std::ptrdiff_t size, const T* x,
+                                                  std::ptrdiff_t ld, const Map& map)
 {
     using P = partial<T, Map::conjugates_sum>;
     using R = real_of<T>;
     constexpr int step = per_vec<T>, rounds = S.trip / step / S.sums;
     static_assert(rounds * S.sums * step == S.trip);
+    P p[N][S.sums];
+    for (; size >= S.trip; size -= S.trip, val += S.trip, indx += S.trip)
+        simd::unroll<rounds * S.sums>([&](auto i) __attribute__((always_inline)) {
+            const auto v = map(vec<R>::loadu(reinterpret_cast<const R*>(val + i * step)));
+            const places<I, step> at(indx + i * step);
+            simd::unroll<N>([&](auto j) { p[j][i % S.sums].add(v, at, x + j * ld); });
+        });
+    several<T, N> sum;
+    simd::unroll<N>([&](auto j) { sum.e[j] = folded<S.sums>(p[j]).total(); });
+    return sum;
+}
+// Out of line where a trip is long, lest its registers weigh on the short rows.
+template <split S, class T, class I, class Map>
+[[gnu::noinline]] T long_trips(const T* val, const I* indx, std::ptrdiff_t size, const T* x)
+{
+    return trips<S, 1>(val, indx, size, x, 0, Map{}).e[0];
+}
+
+// The row's sums: the loads of an entry serve all N vectors, and each sum has the order of one alone.
+template <split S, int N, class T, class I, class Map>
+[[gnu::always_inline]] inline several<T, N> dots(const row<T, I>& a, const T* x, std::ptrdiff_t ld, const Map& map)
+{
     several<T, N> sum{};
     std::ptrdiff_t k = 0;
     if (a.size >= S.from) {
-        P p[N][S.sums];
-        do {
-            simd::unroll<rounds * S.sums>([&](auto i) __attribute__((always_inline)) {
-                const auto v = map(vec<R>::loadu(reinterpret_cast<const R*>(a.val + k + i * step)));
-                const places<I, step> at(a.indx + k + i * step);
-                simd::unroll<N>([&](auto j) { p[j][i % S.sums].add(v, at, x + j * ld); });
-            });
-            k += S.trip;
-        } while (k + S.trip <= a.size);
-        simd::unroll<N>([&](auto j) { sum.e[j] = folded<S.sums>(p[j]).total(); });
+        if constexpr (S.trip > 8) sum.e[0] = long_trips<S, T, I, Map>(a.val, a.indx, a.size, x);
+        else sum = trips<S, N>(a.val, a.indx, a.size, x, ld, map);
+        k = a.size & ~std::ptrdiff_t{S.trip - 1};
     }
     auto add = [&](std::ptrdiff_t i, std::ptrdiff_t col) __attribute__((always_inline))
     {
         const T v = map.scalar(a.val[i]);
         simd::unroll<N>([&](auto j) { sum.e[j] = sum.e[j] + v * x[col + j * ld]; });
     };
-    for (const std::ptrdiff_t even = a.size & ~std::ptrdiff_t{1}; k < even; k += 2) {
+    for (; k + 1 < a.size; k += 2) {
         const places<I, 2> at(a.indx + k);
         add(k, at.col[0]);
         add(k + 1, at.col[1]);
     }
-    if ((a.size & 1) != 0) add(k, a.indx[k]);
+    if ((a.size & 1) != 0) add(a.size - 1, a.indx[a.size - 1]);
     return sum;
 }
 

@@ -68,9 +68,9 @@ template <int N, bool Conjugate, class T, class I>
 }
 
 template <bool Conjugate, class T, class I>
-[[gnu::noinline, gnu::flatten]] void mm_columns_general(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to,
-                                                        I m, I n, I base, T alpha, const T* b, std::ptrdiff_t ldb,
-                                                        T* c, std::ptrdiff_t ldc, T beta)
+[[gnu::noinline, gnu::flatten]] void mm_columns_general(matrix<T, I> a, std::ptrdiff_t from, std::ptrdiff_t to, I m,
+                                                        I n, I base, T alpha, const T* b, std::ptrdiff_t ldb, T* c,
+                                                        std::ptrdiff_t ldc, T beta)
 {
     if (m < 1) return;
     const column_plan plan = column_plan::of<T>(m, n, to - from, a.pntre[m - 1]);
@@ -113,7 +113,7 @@ template <bool Conjugate, class T, class I>
 }
 
 template <tag Shape, class T, class I>
-[[gnu::noinline, gnu::flatten]] void mm_columns_masked(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to,
+[[gnu::noinline, gnu::flatten]] void mm_columns_masked(matrix<T, I> a, std::ptrdiff_t from, std::ptrdiff_t to,
                                                        std::ptrdiff_t m, I base, T alpha, const T* b,
                                                        std::ptrdiff_t ldb, T* c, std::ptrdiff_t ldc, T beta)
 {
@@ -150,10 +150,9 @@ template <tag Shape, class T, class I>
 
 // Scatter kernels and two-sided ones. `rows` are C's.
 template <tag Shape, class T, class I>
-[[gnu::noinline, gnu::flatten]] void mm_columns_scattered(const matrix<T, I>& a, std::ptrdiff_t from,
-                                                          std::ptrdiff_t to, std::ptrdiff_t m, std::ptrdiff_t rows,
-                                                          I base, T alpha, const T* b, std::ptrdiff_t ldb, T* c,
-                                                          std::ptrdiff_t ldc, T beta)
+[[gnu::noinline, gnu::flatten]] void
+mm_columns_scattered(matrix<T, I> a, std::ptrdiff_t from, std::ptrdiff_t to, std::ptrdiff_t m, std::ptrdiff_t rows,
+                     I base, T alpha, const T* b, std::ptrdiff_t ldb, T* c, std::ptrdiff_t ldc, T beta)
 {
     for (std::ptrdiff_t j = from; j < to; ++j) {
         const T* x = b + j * ldb;

@@ -60,9 +60,9 @@ constexpr int held_vectors(int width)
 }
 
 template <bool Conjugate, int Width, class T, class I>
-[[gnu::noinline, gnu::flatten]] void mm_rows_fixed(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to,
-                                                   I base, T alpha, const T* b, std::ptrdiff_t ldb, T* c,
-                                                   std::ptrdiff_t ldc, T beta)
+[[gnu::noinline, gnu::flatten]] void mm_rows_fixed(matrix<T, I> a, std::ptrdiff_t from, std::ptrdiff_t to, I base,
+                                                   T alpha, const T* b, std::ptrdiff_t ldb, T* c, std::ptrdiff_t ldc,
+                                                   T beta)
 {
     constexpr int vectors = held_vectors<T>(Width), part = vectors * per_vec<T>;
     for (std::ptrdiff_t i = from; i < to; ++i) {
@@ -76,7 +76,7 @@ template <bool Conjugate, int Width, class T, class I>
 }
 
 template <bool Conjugate, class T, class I>
-[[gnu::noinline, gnu::flatten]] void mm_rows_any(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to,
+[[gnu::noinline, gnu::flatten]] void mm_rows_any(matrix<T, I> a, std::ptrdiff_t from, std::ptrdiff_t to,
                                                  std::ptrdiff_t n, I base, T alpha, const T* b, std::ptrdiff_t ldb,
                                                  T* c, std::ptrdiff_t ldc, T beta)
 {
@@ -166,9 +166,9 @@ template <tag Shape, class T, class I, class X, class Y>
 
 // Columns from..to-1 of all but the general class without transposition. `rows` are C's.
 template <tag Shape, class T, class I>
-[[gnu::noinline, gnu::flatten]] void mm_rows(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to,
-                                             std::ptrdiff_t m, std::ptrdiff_t rows, I base, T alpha, const T* b,
-                                             std::ptrdiff_t ldb, T* c, std::ptrdiff_t ldc, T beta)
+[[gnu::noinline, gnu::flatten]] void mm_rows(matrix<T, I> a, std::ptrdiff_t from, std::ptrdiff_t to, std::ptrdiff_t m,
+                                             std::ptrdiff_t rows, I base, T alpha, const T* b, std::ptrdiff_t ldb,
+                                             T* c, std::ptrdiff_t ldc, T beta)
 {
     over_strips<row_strip>(from, to, b, ldb, c, ldc, [&](auto x, auto y) {
         if constexpr (Shape.two_sided()) mm_rows_two_sided<Shape>(a, m, base, alpha, x, y, beta);

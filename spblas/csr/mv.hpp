@@ -27,7 +27,7 @@ template <class T>
 
 // The bodies know neither base nor layout, so that both bases share them: x and y come shifted by the base.
 template <bool Conjugate, class T, class I>
-[[gnu::noinline, gnu::flatten]] void mv_general(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to, I base,
+[[gnu::noinline, gnu::flatten]] void mv_general(matrix<T, I> a, std::ptrdiff_t from, std::ptrdiff_t to, I base,
                                                 T alpha, const T* x, T* y, T beta)
 {
     for (std::ptrdiff_t i = from; i < to; ++i)
@@ -35,7 +35,7 @@ template <bool Conjugate, class T, class I>
 }
 
 template <tag Shape, class T, class I>
-[[gnu::noinline, gnu::flatten]] void mv_masked(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to, I base,
+[[gnu::noinline, gnu::flatten]] void mv_masked(matrix<T, I> a, std::ptrdiff_t from, std::ptrdiff_t to, I base,
                                                T alpha, const T* x, T* y, T beta)
 {
     constexpr bool conjugate = Shape.conjugates();
@@ -55,7 +55,7 @@ template <tag Shape, class T, class I>
 }
 
 template <tag Shape, class T, class I>
-[[gnu::noinline, gnu::flatten]] void mv_scattered(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to,
+[[gnu::noinline, gnu::flatten]] void mv_scattered(matrix<T, I> a, std::ptrdiff_t from, std::ptrdiff_t to,
                                                   std::ptrdiff_t n, I base, T alpha, const T* x, T* y, T beta)
 {
     scale(vector<T>{y}, base, base + n, beta);
@@ -64,8 +64,8 @@ template <tag Shape, class T, class I>
 }
 
 template <bool Conjugate, class T, class I>
-[[gnu::noinline, gnu::flatten]] void mv_diagonal(const matrix<T, I>& a, std::ptrdiff_t m, I base, T alpha, const T* x,
-                                                 T* y, T beta)
+[[gnu::noinline, gnu::flatten]] void mv_diagonal(matrix<T, I> a, std::ptrdiff_t m, I base, T alpha, const T* x, T* y,
+                                                 T beta)
 {
     scale(vector<T>{y}, base, base + m, beta);
     for (std::ptrdiff_t i = 0; i < m; ++i) {

@@ -19,13 +19,17 @@ template <tag Shape, class T, class I, class X, class Y>
         const I self = static_cast<I>(i + base);
         const typename X::value t = alpha * x.get(self);
         // One after the other even in pairs, since a column may stand twice in a row.
-        auto add = [&](std::ptrdiff_t k) { y.put(r.indx[k], y.get(r.indx[k]) + conj_if<conjugate>(r.val[k]) * t); };
+        auto add = [&](std::ptrdiff_t k, std::ptrdiff_t col) __attribute__((always_inline))
+        {
+            y.put(col, y.get(col) + conj_if<conjugate>(r.val[k]) * t);
+        };
         std::ptrdiff_t k = 0;
         for (; k + 1 < r.size; k += 2) {
-            add(k);
-            add(k + 1);
+            const places<I, 2> at(r.indx + k);
+            add(k, at.col[0]);
+            add(k + 1, at.col[1]);
         }
-        if (k < r.size) add(k);
+        if (k < r.size) add(k, r.indx[k]);
         if constexpr (Shape.is('t')) {
             // Everything has been added; what lies outside the triangle, or on a diagonal that is one, is taken back.
             for (k = 0; k < r.size; ++k)

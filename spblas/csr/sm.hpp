@@ -53,7 +53,7 @@ vector<T> accumulators(const Y&, T* acc)
 }
 
 template <tag Shape, class T, class I>
-[[gnu::noinline, gnu::flatten]] void sm_lower(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to,
+[[gnu::noinline, gnu::flatten]] void sm_lower(matrix<T, I> a, std::ptrdiff_t from, std::ptrdiff_t to,
                                               std::ptrdiff_t m, std::ptrdiff_t n, I base, T* c, std::ptrdiff_t ldc)
 {
     constexpr bool conjugate = Shape.conjugates(), by_rows = Shape.by_rows();
@@ -99,7 +99,7 @@ template <tag Shape, class T, class I>
 }
 
 template <tag Shape, class T, class I>
-[[gnu::noinline, gnu::flatten]] void sm_upper(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to,
+[[gnu::noinline, gnu::flatten]] void sm_upper(matrix<T, I> a, std::ptrdiff_t from, std::ptrdiff_t to,
                                               std::ptrdiff_t m, I base, T* c, std::ptrdiff_t ldc)
 {
     constexpr bool conjugate = Shape.conjugates();
@@ -154,7 +154,7 @@ template <tag Shape, class T, class I>
 }
 
 template <tag Shape, class T, class I>
-[[gnu::noinline, gnu::flatten]] void sm_transposed(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to,
+[[gnu::noinline, gnu::flatten]] void sm_transposed(matrix<T, I> a, std::ptrdiff_t from, std::ptrdiff_t to,
                                                    std::ptrdiff_t m, I base, T* c, std::ptrdiff_t ldc)
 {
     if constexpr (Shape.lower()) {
@@ -168,7 +168,7 @@ template <tag Shape, class T, class I>
 }
 
 template <tag Shape, class T, class I>
-[[gnu::noinline, gnu::flatten]] void sm_diagonal(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to,
+[[gnu::noinline, gnu::flatten]] void sm_diagonal(matrix<T, I> a, std::ptrdiff_t from, std::ptrdiff_t to,
                                                  std::ptrdiff_t m, I base, T alpha, T* c, std::ptrdiff_t ldc)
 {
     for (std::ptrdiff_t i = 0; i < m; ++i) {

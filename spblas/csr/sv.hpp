@@ -9,7 +9,7 @@
 namespace vrn::spblas::csr {
 
 template <tag Shape, class T, class I>
-[[gnu::noinline, gnu::flatten]] void sv_diagonal(const matrix<T, I>& a, std::ptrdiff_t m, I base, T alpha, T* y)
+[[gnu::noinline, gnu::flatten]] void sv_diagonal(matrix<T, I> a, std::ptrdiff_t m, I base, T alpha, T* y)
 {
     for (std::ptrdiff_t i = 0; i < m; ++i) {
         const row<T, I> r = a[i];
@@ -20,33 +20,57 @@ template <tag Shape, class T, class I>
     }
 }
 
-// Lower, ops n and s: the scan for the diagonal and the sum are one loop.
+// The element solved last is kept at hand, for the one entry of a sorted row that can want it: where a row needs its
+// neighbour, the way through memory would be a fifth of the row's latency.
 template <tag Shape, class T, class I>
-[[gnu::noinline, gnu::flatten]] void sv_lower(const matrix<T, I>& a, std::ptrdiff_t m, I base, T* y)
+[[gnu::noinline, gnu::flatten]] void sv_lower(matrix<T, I> a, std::ptrdiff_t m, I base, T* y)
 {
     constexpr bool conjugate = Shape.conjugates();
+    T previous{};
     for (std::ptrdiff_t i = 0; i < m; ++i) {
         const row<T, I> r = a[i];
         const I self = static_cast<I>(i + base);
+        const std::ptrdiff_t end = below(r, self);
         T sum{};
         std::ptrdiff_t k = 0;
-        for (; k < r.size && r.indx[k] < self; ++k) sum = sum + y[r.indx[k]] * conj_if<conjugate>(r.val[k]);
-        y[self] = y[self] - sum;
-        if constexpr (!Shape.unit()) y[self] = y[self] / conj_if<conjugate>(r.val[k]);
+        for (; k + 2 < end; k += 2) {
+            const places<I, 2> at(r.indx + k);
+            sum = sum + y[at.col[0]] * conj_if<conjugate>(r.val[k]);
+            sum = sum + y[at.col[1]] * conj_if<conjugate>(r.val[k + 1]);
+        }
+        for (; k < end; ++k) {
+            const T v = conj_if<conjugate>(r.val[k]);
+            if (r.indx[k] == self - 1) sum = sum + previous * v;
+            else sum = sum + y[r.indx[k]] * v;
+        }
+        previous = y[self] - sum;
+        if constexpr (!Shape.unit()) previous = previous / conj_if<conjugate>(r.val[end]);
+        y[self] = previous;
     }
 }
 
 template <tag Shape, class T, class I>
-[[gnu::noinline, gnu::flatten]] void sv_upper(const matrix<T, I>& a, std::ptrdiff_t m, I base, T* y)
+[[gnu::noinline, gnu::flatten]] void sv_upper(matrix<T, I> a, std::ptrdiff_t m, I base, T* y)
 {
     constexpr bool conjugate = Shape.conjugates();
+    T previous{};
     for (std::ptrdiff_t i = m - 1; i >= 0; --i) {
         const row<T, I> r = a[i];
         const I self = static_cast<I>(i + base);
         const triangle_part p = part_of<Shape>(r, self);
         const row<T, I> rest{r.val + p.begin, r.indx + p.begin, p.end - p.begin};
-        y[self] = y[self] - dot<masked_row<T>>(rest, static_cast<const T*>(y), as_stored<conjugate>{});
-        if constexpr (!Shape.unit()) y[self] = y[self] / conj_if<conjugate>(r.val[p.diagonal]);
+        T sum{};
+        if (rest.size >= masked_row<T>.from)
+            sum = dot<masked_row<T>>(rest, static_cast<const T*>(y), as_stored<conjugate>{});
+        else
+            for (std::ptrdiff_t k = 0; k < rest.size; ++k) {
+                const T v = conj_if<conjugate>(rest.val[k]);
+                if (rest.indx[k] == self + 1) sum = sum + v * previous;
+                else sum = sum + v * y[rest.indx[k]];
+            }
+        previous = y[self] - sum;
+        if constexpr (!Shape.unit()) previous = previous / conj_if<conjugate>(r.val[p.diagonal]);
+        y[self] = previous;
     }
 }
 
@@ -68,8 +92,8 @@ template <tag Shape, class T, class I>
 }
 
 template <tag Shape, class T, class I>
-[[gnu::noinline, gnu::flatten]] void sv_transposed(const matrix<T, I>& a, std::ptrdiff_t m, I base,
-                                                   std::ptrdiff_t limit, T* y)
+[[gnu::noinline, gnu::flatten]] void sv_transposed(matrix<T, I> a, std::ptrdiff_t m, I base, std::ptrdiff_t limit,
+                                                   T* y)
 {
     if constexpr (Shape.lower()) {
         for (std::ptrdiff_t i = m - 1; i >= 0; --i) sv_scatter<Shape>(a, i, base, y);
