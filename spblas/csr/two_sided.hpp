@@ -1,0 +1,79 @@
+// spblas/csr/two_sided.hpp - symmetric, Hermitian and antisymmetric products from one triangle: an entry serves its
+// own row by a sum and the row of its column by a scatter. y has been scaled by beta before.
+//
+//     single pass       symmetric and Hermitian with a stored diagonal: entries of the other triangle are passed over
+//     dot and correct   unit diagonal and antisymmetric: the sum runs over the whole row, and what does not belong
+//                       there is added up apart and taken back. An entry of the other triangle, or on the diagonal,
+//                       must therefore be a finite number.
+//
+// Inlined into mv.hpp and mm.hpp.
+#pragma once
+
+#include "spblas/csr/dot.hpp"
+
+namespace vrn::spblas::csr {
+
+// Of a value: in its row's own sum, and in the mirrored position. Transposing a symmetric matrix changes nothing, so
+// that op c conjugates it; transposing a Hermitian one conjugates it and leaves the diagonal as it stands.
+template <tag Shape>
+inline constexpr bool conjugates_own = Shape.is('h') ? Shape.op == 't' : Shape.conjugates();
+template <tag Shape, class T>
+[[gnu::always_inline]] inline T own(T v)
+{
+    return conj_if<conjugates_own<Shape>>(v);
+}
+template <tag Shape, class T>
+[[gnu::always_inline]] inline T on_diagonal(T v)
+{
+    return conj_if < !Shape.is('h') && Shape.conjugates() > (v);
+}
+template <tag Shape, class T>
+[[gnu::always_inline]] inline T mirrored(T v)
+{
+    const T w = conj_if < Shape.is('h') ? Shape.op == 'n' : Shape.conjugates() > (v);
+    if constexpr (Shape.is('a')) return -w;
+    else return w;
+}
+// The transpose of an antisymmetric matrix is its negative; that sign goes to alpha.
+template <tag Shape, class T>
+T signed_alpha(T alpha)
+{
+    if constexpr (Shape.is('a') && Shape.transposes()) return -alpha;
+    else return alpha;
+}
+
+template <tag Shape, class T, class I>
+[[gnu::always_inline]] inline void two_sided(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to, I base,
+                                             T alpha, const T* x, T* y)
+{
+    alpha = signed_alpha<Shape>(alpha);
+    constexpr bool corrects = Shape.unit() || Shape.is('a');
+    for (std::ptrdiff_t i = from; i < to; ++i) {
+        const row<T, I> r = a[i];
+        const I self = static_cast<I>(i + base);
+        const T t = alpha * x[self];
+        if constexpr (corrects) {
+            y[self] = y[self] + alpha * dot<masked_row<T>>(r, x, as_stored<conjugates_own<Shape>>{});
+            T outside{};
+            for (std::ptrdiff_t k = 0; k < r.size; ++k) {
+                const I col = r.indx[k];
+                if (inside<Shape.lower()>(col, self)) y[col] = y[col] + t * mirrored<Shape>(r.val[k]);
+                else outside = outside + alpha * own<Shape>(r.val[k]) * x[col];
+            }
+            y[self] = y[self] - outside;
+            if constexpr (Shape.unit()) y[self] = y[self] + t;
+        } else {
+            T sum{};
+            for (std::ptrdiff_t k = 0; k < r.size; ++k) {
+                const I col = r.indx[k];
+                if (inside<Shape.lower()>(col, self)) {
+                    sum = sum + own<Shape>(r.val[k]) * x[col];
+                    y[col] = y[col] + t * mirrored<Shape>(r.val[k]);
+                } else if (col == self) sum = sum + on_diagonal<Shape>(r.val[k]) * x[col];
+            }
+            y[self] = y[self] + alpha * sum;
+        }
+    }
+}
+
+} // namespace vrn::spblas::csr
