@@ -35,7 +35,7 @@ struct pow2_plan {
     void* allocation;         // what kprMalloc gave for this record
     std::int32_t last_stage;
     stage_record stages[8];
-    pow2_plan *columns, *rows; // the two levels, n = 2^columns * 2^rows
+    pow2_plan* rows; // the second of two levels
 };
 
 // ---- memory ----
