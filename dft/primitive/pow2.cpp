@@ -1,7 +1,7 @@
 // dft/primitive/pow2.cpp - plans of length 2^order.
 //
-//     order 0 to 6     a codelet
-//     order 7 to 16    stages of radix 4 and 8 behind a leaf of radix 8 or 16
+//     order 0 to 5     a codelet
+//     order 6 to 16    stages of radix 4 and 8 behind a leaf of radix 8 or 16
 //     above            two levels (two_level.hpp)
 
 #include "dft/codelets/codelets.hpp"
@@ -10,7 +10,7 @@
 namespace vrn::dft {
 namespace {
 
-constexpr int direct_order = 6, longest_order = 27;
+constexpr int direct_order = 5, longest_order = 27;
 // 64 KiB of doubles in the first-level cache and its neighbour: below it, a pass after the other is as fast.
 constexpr int pow2_flat_limit = 1024;
 
@@ -86,7 +86,8 @@ void free_pow2(pow2_plan* plan)
 template <class R>
 void run_pow2(const pow2_plan* plan, direction d, const R* in, R* out, std::byte* work)
 {
-    if (plan->order <= direct_order) {
+    // The stages of order 6 are one codelet too: the same factors, held in registers where passes go through memory.
+    if (1 << plan->order <= longest_codelet) {
         const auto& table = codelets<R>();
         (d == direction::forward ? table.forward : table.backward)[1 << plan->order](in, out);
     } else if (plan->order <= in_cache_order)
