@@ -1,0 +1,14 @@
+// dft/primitive/real.hpp - real plans, for the engine's entries.
+#pragma once
+
+#include "dft/codelets/halves.hpp"
+#include "dft/primitive/plan.hpp"
+
+namespace vrn::dft {
+
+template <class R>
+std::int32_t make_real(primitive_plan** plan_out, std::int32_t length, std::int32_t flag, std::int32_t hint, plan_stamp);
+template <class R>
+void run_real(const primitive_plan& plan, direction d, packing form, const R* in, R* out, std::byte* work);
+
+} // namespace vrn::dft
