@@ -4,14 +4,17 @@
 include(CMakePackageConfigHelpers)
 
 # Libraries that a program links, and the one that the host opens by itself beside its own file.
-set(vrn_linked vrn_core)
+set(vrn_linked vrn_core vrn_blas vrn_blas64)
 set(vrn_opened vrn_s42)
+# The standard BLAS under its usual file name, in a folder of its own: update-alternatives or LD_LIBRARY_PATH choose it.
+set(vrn_provider vrn_blas_provider)
 
 # All that is installed, for builds that want no tests.
-add_custom_target(vrn_libraries DEPENDS ${vrn_linked} ${vrn_opened})
+add_custom_target(vrn_libraries DEPENDS ${vrn_linked} ${vrn_opened} ${vrn_provider})
 
 install(TARGETS ${vrn_linked} EXPORT vrnTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(TARGETS ${vrn_opened} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(TARGETS ${vrn_provider} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/vrn NAMELINK_SKIP)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/vrn ${PROJECT_BINARY_DIR}/include/vrn
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
 

@@ -24,6 +24,7 @@ struct vec<double> {
     static vec loadu(const double* p) { return {_mm_loadu_pd(p)}; }
     void store(double* p) const { _mm_store_pd(p, v); }
     void storeu(double* p) const { _mm_storeu_pd(p, v); }
+    void stream(double* p) const { _mm_stream_pd(p, v); } // aligned, past the caches; fence() before others may read
     // The lowest lane alone; the others are zero.
     static vec load1(const double* p) { return {_mm_load_sd(p)}; }
     void store1(double* p) const { _mm_store_sd(p, v); }
@@ -66,6 +67,7 @@ struct vec<double> {
     friend vec equal(vec a, vec b) { return {_mm_cmpeq_pd(a.v, b.v)}; }
     friend vec unordered(vec a, vec b) { return {_mm_cmpunord_pd(a.v, b.v)}; }
     friend vec operator|(vec a, vec b) { return {_mm_or_pd(a.v, b.v)}; }
+    friend vec operator^(vec a, vec b) { return {_mm_xor_pd(a.v, b.v)}; }
     int signs() const { return _mm_movemask_pd(v); } // the sign of lane i in bit i
     // Of the true lanes in these four masks, the bits: two for each lane, lowest first.
     static constexpr int marks_per_lane = 2;
@@ -99,6 +101,7 @@ struct vec<float> {
     static vec loadu(const float* p) { return {_mm_loadu_ps(p)}; }
     void store(float* p) const { _mm_store_ps(p, v); }
     void storeu(float* p) const { _mm_storeu_ps(p, v); }
+    void stream(float* p) const { _mm_stream_ps(p, v); }
     // The lowest one, two or three lanes; the others are zero.
     static vec load1(const float* p) { return {_mm_load_ss(p)}; }
     void store1(float* p) const { _mm_store_ss(p, v); }
@@ -135,6 +138,7 @@ struct vec<float> {
     friend vec equal(vec a, vec b) { return {_mm_cmpeq_ps(a.v, b.v)}; }
     friend vec unordered(vec a, vec b) { return {_mm_cmpunord_ps(a.v, b.v)}; }
     friend vec operator|(vec a, vec b) { return {_mm_or_ps(a.v, b.v)}; }
+    friend vec operator^(vec a, vec b) { return {_mm_xor_ps(a.v, b.v)}; }
     int signs() const { return _mm_movemask_ps(v); }
     static constexpr int marks_per_lane = 1;
     static unsigned marks(vec a, vec b, vec c, vec d)
@@ -165,6 +169,11 @@ template <class R>
     asm("" : "+x"(a.v));
     return a;
 }
+
+// Streamed stores of this thread become visible in order with what follows.
+inline void fence() { _mm_sfence(); }
+
+inline void prefetch(const void* p) { _mm_prefetch(static_cast<const char*>(p), _MM_HINT_T0); }
 
 // One 64-bit integer for each lane of vec<R>.
 template <class R>

@@ -21,7 +21,7 @@ template <class T>
 vrn_int depth_block(vrn_int k)
 {
     constexpr vrn_int kr = gemm_tile<T>.kr;
-    constexpr bool real = sizeof(T) == sizeof(float) || std::is_same_v<T, double>;
+    constexpr bool real = vrn::simd::element<T>::parts == 1;
     if (k < 256) return round_up(k, kr) < 128 ? 128 : round_up(k, kr);
     if constexpr (real) return k >= 257 && k <= 511 ? round_up(k / 2, kr) : 256;
     return k <= 1024 ? 128 : 256;
@@ -170,13 +170,13 @@ constexpr gemm_desc s_entry()
 }
 constexpr gemm_desc c_entry()
 {
-    gemm_desc d = numbers<std::complex<float>>(0);
+    gemm_desc d = numbers<vrn::simd::cplx<float>>(0);
     FILL(d, c, copyac, copybc, nullptr, nullptr, gemm_kernel_c);
     return d;
 }
 constexpr gemm_desc z_entry()
 {
-    gemm_desc d = numbers<std::complex<double>>(0);
+    gemm_desc d = numbers<vrn::simd::cplx<double>>(0);
     FILL(d, z, copyac, copybc, nullptr, nullptr, gemm_kernel_z);
     return d;
 }
@@ -264,8 +264,8 @@ VRN_ALIAS(vrn_blas_s42_zgemm_free_bufs, vrn_blas_s42_dgemm_free_bufs);
     }
 BLKS_SIZE(vrn_blas_s42_sgemm_get_blks_size, float)
 BLKS_SIZE(vrn_blas_s42_dgemm_get_blks_size, double)
-BLKS_SIZE(vrn_blas_s42_cgemm_get_blks_size, std::complex<float>)
-BLKS_SIZE(vrn_blas_s42_zgemm_get_blks_size, std::complex<double>)
+BLKS_SIZE(vrn_blas_s42_cgemm_get_blks_size, vrn::simd::cplx<float>)
+BLKS_SIZE(vrn_blas_s42_zgemm_get_blks_size, vrn::simd::cplx<double>)
 
 #define BUFS_SIZE(name, T)                                                                                           \
     VRN_EXPORT vrn_int name(std::int32_t request, std::int32_t limit, const vrn_int* m, const vrn_int* n,            \
@@ -275,7 +275,7 @@ BLKS_SIZE(vrn_blas_s42_zgemm_get_blks_size, std::complex<double>)
     }
 BUFS_SIZE(vrn_blas_s42_sgemm_get_bufs_size, float)
 BUFS_SIZE(vrn_blas_s42_dgemm_get_bufs_size, double)
-BUFS_SIZE(vrn_blas_s42_zgemm_get_bufs_size, std::complex<double>)
+BUFS_SIZE(vrn_blas_s42_zgemm_get_bufs_size, vrn::simd::cplx<double>)
 // Elements of c and d have the same size.
 VRN_ALIAS(vrn_blas_s42_cgemm_get_bufs_size, vrn_blas_s42_dgemm_get_bufs_size);
 

@@ -53,8 +53,17 @@ inline constexpr mode_traits modes[] = {
 };
 inline constexpr std::int32_t default_mode = 2; // of one thread
 
+// The names that warnings carry.
 template <class T>
-inline constexpr const char* routine = sizeof(T) == 4 ? "SGEMM" : "DGEMM";
+inline constexpr const char* routine = nullptr;
+template <>
+inline constexpr const char* routine<float> = "SGEMM";
+template <>
+inline constexpr const char* routine<double> = "DGEMM";
+template <>
+inline constexpr const char* routine<simd::cplx<float>> = "CGEMM";
+template <>
+inline constexpr const char* routine<simd::cplx<double>> = "ZGEMM";
 
 inline vrn_int least(vrn_int x, vrn_int y) { return x < y ? x : y; }
 
@@ -65,7 +74,7 @@ struct call : product<T> {
     using product<T>::transa, product<T>::transb, product<T>::alpha, product<T>::lda, product<T>::ldb,
         product<T>::ldc, product<T>::beta;
 
-    T beta_of(vrn_int k0) const { return k0 == 0 ? beta : T{1}; }
+    T beta_of(vrn_int k0) const { return k0 == 0 ? beta : simd::unity<T>; }
 
     T* a_panels() const { return static_cast<T*>(desc->a_buffer); }
     T* b_panels() const { return static_cast<T*>(desc->b_buffer); }
@@ -73,20 +82,18 @@ struct call : product<T> {
     // Packs op(A)[i.., k0..] behind the first `skip` panels of the buffer.
     void pack_a(vrn_int i, vrn_int mb, vrn_int k0, vrn_int kb, vrn_int skip = 0) const
     {
-        (this->a_normal() ? desc->copyan : desc->copyat)(&mb, &kb, this->a_at(i, k0), &lda,
-                                                         a_panels() + skip * desc->a_panel_elements,
-                                                         &desc->a_panel_elements, &alpha);
+        this->copy_a(*desc)(&mb, &kb, this->a_at(i, k0), &lda, a_panels() + skip * desc->a_panel_elements,
+                            &desc->a_panel_elements, &alpha);
     }
     void pack_b(vrn_int k0, vrn_int kb, vrn_int j, vrn_int nb, vrn_int skip = 0) const
     {
-        (this->b_normal() ? desc->copybn : desc->copybt)(&kb, &nb, this->b_at(k0, j), &ldb,
-                                                         b_panels() + skip * desc->b_panel_elements,
-                                                         &desc->b_panel_elements, nullptr);
+        this->copy_b(*desc)(&kb, &nb, this->b_at(k0, j), &ldb, b_panels() + skip * desc->b_panel_elements,
+                            &desc->b_panel_elements, nullptr);
     }
     void kernel(vrn_int mb, vrn_int nb, vrn_int depth, const T* pa, vrn_int a_distance, const T* pb,
                 vrn_int b_distance, T kernel_beta, T* to, std::int32_t variant) const
     {
-        const T one{1};
+        const T one = simd::unity<T>;
         desc->kernel(transa, transb, &mb, &nb, &depth, &one, pa, &a_distance, pb, &b_distance, &kernel_beta, to, &ldc,
                      desc->w_buffer, variant);
     }
@@ -95,6 +102,22 @@ struct call : product<T> {
     {
         kernel(mb, nb, round_up(kb, desc->k_unroll), a_panels() + pi * desc->a_panel_elements, desc->a_panel_elements,
                b_panels() + pj * desc->b_panel_elements, desc->b_panel_elements, kernel_beta, to, 2);
+    }
+    // B raw. The complex kernels cannot pack into W themselves; a panel of columns at a time is packed for them.
+    void kernel_raw(vrn_int mb, vrn_int nb, vrn_int kb, const T* pa, vrn_int a_distance, vrn_int k0, vrn_int n0,
+                    T kernel_beta, T* to) const
+    {
+        if constexpr (simd::element<T>::parts == 1) {
+            kernel(mb, nb, kb, pa, a_distance, this->b_at(k0, n0), ldb, kernel_beta, to, 3);
+        } else {
+            const vrn_int padded = round_up(kb, desc->k_unroll), distance = padded * desc->n_unroll;
+            T* const w = static_cast<T*>(desc->w_buffer);
+            for (vrn_int j = 0; j < nb; j += desc->n_unroll, to += desc->n_unroll * ldc) {
+                const vrn_int columns = least(nb - j, desc->n_unroll);
+                this->copy_b(*desc)(&kb, &columns, this->b_at(k0, n0 + j), &ldb, w, &distance, nullptr);
+                kernel(mb, columns, padded, pa, a_distance, w, distance, kernel_beta, to, 2);
+            }
+        }
     }
 };
 
@@ -113,14 +136,15 @@ void blocked(const call<T>& o, const mode_traits& mode)
             const vrn_int kb = least(k_all - k0, d.k_block);
             const vrn_int padded = round_up(kb, d.k_unroll);
             if (!mode.b_given && !mode.b_raw) o.pack_b(k0, kb, n0, nb);
-            const T* b = mode.b_given ? o.b : mode.b_raw ? o.b_at(k0, n0) : o.b_panels();
-            const vrn_int b_distance = mode.b_given || mode.b_raw ? o.ldb : d.b_panel_elements;
+            const T* b = mode.b_given ? o.b : o.b_panels();
+            const vrn_int b_distance = mode.b_given ? o.ldb : d.b_panel_elements;
+            const T* a = mode.a_given ? o.a : o.a_panels();
+            const vrn_int a_distance = mode.a_given ? o.lda : d.a_panel_elements;
             for (vrn_int m0 = 0; m0 < o.m; m0 += m_step) {
                 const vrn_int mb = least(o.m - m0, m_step);
                 if (!mode.a_given) o.pack_a(m0, mb, k0, kb);
-                o.kernel(mb, nb, mode.b_raw ? kb : padded, mode.a_given ? o.a : o.a_panels(),
-                         mode.a_given ? o.lda : d.a_panel_elements, b, b_distance, o.beta_of(k0), o.c_at(m0, n0),
-                         mode.b_raw ? 3 : 2);
+                if (mode.b_raw) o.kernel_raw(mb, nb, kb, a, a_distance, k0, n0, o.beta_of(k0), o.c_at(m0, n0));
+                else o.kernel(mb, nb, padded, a, a_distance, b, b_distance, o.beta_of(k0), o.c_at(m0, n0), 2);
             }
         }
     }
@@ -201,8 +225,11 @@ void from_given(const call<T>& o, const mode_traits& mode)
             const int slot = pack::place(pack::a_order<T>, static_cast<int>(i % mr));
             T sum{};
             for (vrn_int kk = 0; kk < depth; ++kk) {
-                const T x = mode.a_given ? o.a[i / mr * o.lda + kk * mr + slot] : o.alpha * *o.a_at(i, kk);
-                sum += x * (mode.b_given ? panel[kk * width + j - first] : *o.b_at(kk, j));
+                using unpacked::conjugate_if;
+                const T x = mode.a_given ? o.a[i / mr * o.lda + kk * mr + slot]
+                                         : o.alpha * conjugate_if(o.a_conjugated(), *o.a_at(i, kk));
+                sum = sum + x * (mode.b_given ? panel[kk * width + j - first]
+                                              : conjugate_if(o.b_conjugated(), *o.b_at(kk, j)));
             }
             T& to = *o.c_at(i, j);
             to = o.beta == T{} ? sum : o.beta * to + sum;
@@ -223,9 +250,9 @@ vrn_int gemm(std::int32_t mode_number, call<T> o)
     if (mode == nullptr) return 1;
 
     const bool scales = mode->beta == beta_rule::scale || (mode->beta == beta_rule::defer && o.beta != T{});
-    if (scales && o.beta != T{1}) {
+    if (scales && o.beta != simd::unity<T>) {
         mscale(o.m, o.n, o.beta, o.c, o.ldc);
-        o.beta = T{1};
+        o.beta = simd::unity<T>;
     }
     if (o.alpha == T{}) {
         // With beta 0 left to a kernel that does not run, mode 128 alone clears C. A product that comes through

@@ -1,4 +1,4 @@
-// blas/gemm/exports.cpp - the entries of the real matrix products, and of the products of depth 1.
+// blas/gemm/exports.cpp - the entries of the matrix products, and of the products of depth 1.
 
 #include "blas/gemm/driver.hpp"
 #include "blas/gemm/functions.hpp"
@@ -7,8 +7,12 @@
 #include "frame/export.hpp"
 
 using namespace vrn::blas;
+namespace simd = vrn::simd;
 
 namespace {
+
+using cplx8 = vrn::simd::cplx<float>;
+using cplx16 = vrn::simd::cplx<double>;
 
 // The entry of one thread: tiny products that only add go to the unrolled kernels; everything else scales C once
 // and accumulates.
@@ -17,14 +21,17 @@ void gemm(product<T> p, void (*get_optimal_kernel)(gemm_desc*), void (*zero_desc
 {
     if (p.m <= 0 || p.n <= 0) return;
     constexpr vrn_int largest = small::largest;
-    if (p.m <= largest && p.n <= largest && p.k >= 1 && p.k <= largest && p.beta == T{1}) return small::gemm(p);
+    constexpr vrn_int least = small_least<T>;
+    if (p.m >= least && p.m <= largest && p.n >= least && p.n <= largest && p.k >= 1 && p.k <= largest &&
+        p.beta == simd::unity<T>)
+        return small::gemm(p);
     gemm_desc desc;
     desc.w_factor = 0;
     zero_desc(&desc);
     get_optimal_kernel(&desc);
-    if (p.beta != T{1}) mscale(p.m, p.n, p.beta, p.c, p.ldc);
+    if (p.beta != simd::unity<T>) mscale(p.m, p.n, p.beta, p.c, p.ldc);
     if (p.alpha == T{}) return;
-    p.beta = T{1};
+    p.beta = simd::unity<T>;
     if (p.m >= desc.m_unroll && p.n >= desc.n_unroll && p.k >= desc.k_unroll) {
         desc.get_blks_size(&p.m, &p.n, &p.k, &desc);
         driver::gemm<T>(driver::default_mode, {p, &desc});
@@ -39,6 +46,8 @@ extern "C" {
 [[gnu::visibility("default")]] void vrn_blas_s42_dgemm_zero_desc(gemm_desc*);
 [[gnu::visibility("default")]] void vrn_blas_s42_sgemm_get_optimal_kernel(gemm_desc*);
 [[gnu::visibility("default")]] void vrn_blas_s42_dgemm_get_optimal_kernel(gemm_desc*);
+[[gnu::visibility("default")]] void vrn_blas_s42_cgemm_get_optimal_kernel(gemm_desc*);
+[[gnu::visibility("default")]] void vrn_blas_s42_zgemm_get_optimal_kernel(gemm_desc*);
 }
 
 #define PUBLISHED(T)                                                                                                 \
@@ -53,6 +62,8 @@ extern "C" {
     }
 GEMM(vrn_blas_s42_xsgemm, float, vrn_blas_s42_sgemm_get_optimal_kernel)
 GEMM(vrn_blas_s42_xdgemm, double, vrn_blas_s42_dgemm_get_optimal_kernel)
+GEMM(vrn_blas_s42_xcgemm, cplx8, vrn_blas_s42_cgemm_get_optimal_kernel)
+GEMM(vrn_blas_s42_xzgemm, cplx16, vrn_blas_s42_zgemm_get_optimal_kernel)
 
 #define GEMM_PAR(name, T)                                                                                            \
     VRN_EXPORT vrn_int name(PUBLISHED(T), std::int32_t mode, gemm_desc* desc)                                        \
@@ -62,6 +73,8 @@ GEMM(vrn_blas_s42_xdgemm, double, vrn_blas_s42_dgemm_get_optimal_kernel)
     }
 GEMM_PAR(vrn_blas_s42_xsgemm_par, float)
 GEMM_PAR(vrn_blas_s42_xdgemm_par, double)
+GEMM_PAR(vrn_blas_s42_xcgemm_par, cplx8)
+GEMM_PAR(vrn_blas_s42_xzgemm_par, cplx16)
 
 #define GEMMGER(name, R, Parts)                                                                                      \
     VRN_EXPORT void name(const void*, const void*, const vrn_int* m, const vrn_int* n,                               \

@@ -4,8 +4,6 @@
 
 #include "blas/gemm/functions.hpp"
 
-extern "C" [[noreturn]] void vrn_frame_pending(const char* name);
-
 namespace vrn::blas {
 
 #define KERNEL(name, T, form)                                                                                        \
@@ -22,15 +20,7 @@ namespace vrn::blas {
 KERNEL(gemm_kernel_s, float, diagonal)
 KERNEL(gemm_kernel_d0, double, diagonal)
 KERNEL(gemm_kernel_d1, double, broadcast)
-
-// The complex kernels are not written yet.
-#define PENDING(name)                                                                                                \
-    void name(const char*, const char*, const vrn_int*, const vrn_int*, const vrn_int*, const void*, const void*,    \
-              const vrn_int*, const void*, const vrn_int*, const void*, void*, const vrn_int*, void*, std::int32_t)  \
-    {                                                                                                                \
-        vrn_frame_pending(#name);                                                                                    \
-    }
-PENDING(gemm_kernel_c)
-PENDING(gemm_kernel_z)
+KERNEL(gemm_kernel_c, simd::cplx<float>, broadcast)
+KERNEL(gemm_kernel_z, simd::cplx<double>, broadcast)
 
 } // namespace vrn::blas

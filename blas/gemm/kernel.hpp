@@ -1,17 +1,23 @@
-// blas/gemm/kernel.hpp - the inner kernel of the real types: C (m by n) += packed A times packed B.
+// blas/gemm/kernel.hpp - the inner kernel of all four types: C (m by n) += packed A times packed B.
 //
-// Panels of 8 columns outermost, then the chain of narrower ones; within a panel, row tiles of mr rows; within a
-// tile, the depth. Eight accumulators hold the tile:
+// Panels of nr columns outermost, then the chain of narrower ones; within a panel, row tiles of mr rows; within a
+// tile, the depth. Eight accumulators hold the tile: two forms of A times four pairs of reals of B.
 //
 //     d, 2x8: diagonals, nothing is broadcast          s, 4x8: A comes as r0 r2 r1 r3
 //       (a0 a1) * (b0 b1) -> (a0b0 a1b1)                 (r0 r0 r1 r1) * (b0 b1 b0 b1) -> r0b0 r0b1 r1b0 r1b1
 //       (a1 a0) * (b0 b1) -> (a1b0 a0b1)                 (r2 r2 r3 r3) * (b0 b1 b0 b1) -> r2b0 r2b1 r3b0 r3b1
 //
-// In s both forms of A and the doubled pairs of B are plain loads (movsldup, movshdup, movddup): no shuffle
+//     z, 1x4: x + iy times u + iv                      c, 2x4: the same for rows 0 and 1 side by side
+//       (x x) * (u v) -> (xu xv)                         (x0 x0 x1 x1) * (u v u v) -> x0u x0v x1u x1v
+//       (y y) * (u v) -> (yu yv)                         (y0 y0 y1 y1) * (u v u v) -> y0u y0v y1u y1v
+//     behind the depth the second swaps its lanes, and one addsub makes (xu - yv, xv + yu)
+//
+// In s, c and z the forms of A and the pairs of B are plain loads (movsldup, movshdup, movddup): no shuffle
 // competes with the arithmetic. Where a processor's shuffles share ports with its arithmetic, the second kernel of
-// d gets its two forms by loads too, as (a0 a0) and (a1 a1). Each element of C is one sum over the depth in its
-// natural order, whatever tile form computes it, so the result depends on the depth block alone. The bodies never
-// multiply by alpha or beta: alpha is in A, beta is 0 (store) or 1 (add).
+// d gets its two forms by loads too, as (a0 a0) and (a1 a1), and its loop is that of z, as that of s is that of c.
+// Each real sum of C is one sum over the depth in its natural order, whatever tile form computes it, so the result
+// depends on the depth block alone. The bodies never multiply by alpha or beta: alpha is in A, beta is 0 (store) or
+// 1 (add). Conjugation is in the panels. The complex kernels have no variant with a raw B.
 //
 // The depth loops are assembly: g++ reorders the intrinsics and spills accumulators.
 // Goto and van de Geijn (2008), Anatomy of high-performance matrix multiplication.
@@ -19,6 +25,7 @@
 
 #include "blas/gemm/pack.hpp"
 #include "blas/gemm/tables.hpp"
+#include "simd/complex.hpp"
 #include "simd/unroll.hpp"
 #include "simd/vec.hpp"
 
@@ -87,8 +94,8 @@ using vrn_int = std::int64_t;
 #define VRN_DEPTH(V, step, a_turn, b_turn)                                                                   \
     V a0, a1, p0, p1, p2, p3, p4, p5;                                                                              \
     asm volatile(VRN_DEPTH_LOOP(step, a_turn, b_turn)                                                        \
-                 : [c0] "=&x"(c[0].v), [c1] "=&x"(c[1].v), [c2] "=&x"(c[2].v), [c3] "=&x"(c[3].v),                 \
-                   [c4] "=&x"(c[4].v), [c5] "=&x"(c[5].v), [c6] "=&x"(c[6].v), [c7] "=&x"(c[7].v),                 \
+                 : [c0] "=&x"(c[0].v), [c1] "=&x"(c[2].v), [c2] "=&x"(c[4].v), [c3] "=&x"(c[6].v),                 \
+                   [c4] "=&x"(c[1].v), [c5] "=&x"(c[3].v), [c6] "=&x"(c[5].v), [c7] "=&x"(c[7].v),                 \
                    [a0] "=&x"(a0), [a1] "=&x"(a1), [p0] "=&x"(p0), [p1] "=&x"(p1), [p2] "=&x"(p2),                 \
                    [p3] "=&x"(p3), [p4] "=&x"(p4), [p5] "=&x"(p5), [a] "+&r"(a), [b] "+&r"(b), [k] "+&r"(k)        \
                  :                                                                                                 \
@@ -96,10 +103,19 @@ using vrn_int = std::int64_t;
 
 // clang-format on
 
-// How a depth loop of d meets A. Both sum the same products in the same order, so the bits are the same.
+// How a depth loop in double meets A. Both sum the same products in the same order, so the bits of d are the same;
+// parts of a complex number take the broadcast.
 enum class scheme { diagonal, broadcast };
+template <class T>
+inline constexpr scheme own_scheme = simd::element<T>::parts == 1 ? scheme::diagonal : scheme::broadcast;
 
-// c[j] and c[4+j] are the two forms of column pair j.
+// What holds parts of T, and the columns of C that a pair of reals of B belongs to.
+template <class T>
+using vec_of = simd::vec<simd::real_of<T>>;
+template <class T>
+inline constexpr int pair_columns = 2 / simd::element<T>::parts;
+
+// c[2p] and c[2p+1] are the products of the two forms of A with pair p.
 template <scheme S>
 inline void depth8(const double* a, const double* b, vrn_int k, simd::vec<double> (&c)[8])
 {
@@ -126,11 +142,18 @@ inline void depth8(const float* a, const float* b, vrn_int k, simd::vec<float> (
 // ---- between the two forms and columns of C ----
 
 // The two forms of A at one depth.
+template <scheme S>
 inline void a_forms(const double* a, simd::vec<double>& f0, simd::vec<double>& f1)
 {
-    f0.v = _mm_load_pd(a);
-    f1.v = _mm_castsi128_pd(_mm_shuffle_epi32(_mm_castpd_si128(f0.v), 78));
+    if constexpr (S == scheme::diagonal) {
+        f0.v = _mm_load_pd(a);
+        f1.v = _mm_castsi128_pd(_mm_shuffle_epi32(_mm_castpd_si128(f0.v), 78));
+    } else {
+        f0.v = _mm_loaddup_pd(a);
+        f1.v = _mm_loaddup_pd(a + 1);
+    }
 }
+template <scheme>
 inline void a_forms(const float* a, simd::vec<float>& f0, simd::vec<float>& f1)
 {
     const __m128 r = _mm_load_ps(a);
@@ -142,72 +165,90 @@ inline void a_forms(const float* a, simd::vec<float>& f0, simd::vec<float>& f1)
 inline simd::vec<double> doubled(const double* a) { return {_mm_loaddup_pd(a)}; }
 inline simd::vec<float> doubled(const float* a) { return {_mm_moveldup_ps(_mm_load_ps(a))}; }
 
-// A pair of B columns at one depth, as the products want it.
+// A pair of reals of B at one depth, as the products want it.
 inline simd::vec<double> b_pair(const double* b) { return {_mm_load_pd(b)}; }
 inline simd::vec<float> b_pair(const float* b)
 {
     return {_mm_castpd_ps(_mm_loaddup_pd(reinterpret_cast<const double*>(b)))};
 }
 
-// Undoes the forms: columns j and j+1 of the tile from one pair's two accumulators.
-template <scheme S = scheme::diagonal>
+// Undoes the forms. Of a real type: columns j and j+1 of the tile from one pair's two accumulators.
+template <scheme S>
 inline void columns(simd::vec<double>& x, simd::vec<double>& y)
 {
     const __m128d c0 = _mm_shuffle_pd(x.v, y.v, 0);
     const __m128d c1 = S == scheme::diagonal ? _mm_shuffle_pd(y.v, x.v, 3) : _mm_shuffle_pd(x.v, y.v, 3);
     x.v = c0, y.v = c1;
 }
-template <scheme = scheme::diagonal>
+template <scheme>
 inline void columns(simd::vec<float>& x, simd::vec<float>& y)
 {
     const __m128 c0 = _mm_shuffle_ps(x.v, y.v, 0x88), c1 = _mm_shuffle_ps(x.v, y.v, 0xdd);
     x.v = c0, y.v = c1;
 }
-
-template <bool Store, bool Aligned, class T>
-inline void put(T* c, simd::vec<T> x)
+// For all pairs: from the two accumulators of pair p, acc[2p] and acc[2p+1], its columns of C in sums[].
+template <class T, scheme S, int Pairs, class V>
+[[gnu::always_inline]] inline void finish(V (&acc)[2 * Pairs], V (&sums)[Pairs * pair_columns<T>])
 {
-    if constexpr (!Store) x = pack::load<Aligned>(c) + x;
-    if constexpr (Aligned) x.store(c);
-    else x.storeu(c);
+    simd::unroll<Pairs>([&](auto p) {
+        V x = acc[2 * p], y = acc[2 * p + 1];
+        if constexpr (pair_columns<T> == 1) {
+            sums[p] = add_sub(x, swap_parts(y));
+        } else {
+            columns<S>(x, y);
+            sums[2 * p] = x, sums[2 * p + 1] = y;
+        }
+    });
+}
+
+template <bool Store, bool Aligned, class T, class V>
+inline void put(T* c, V x)
+{
+    auto* p = pack::reals(c);
+    if constexpr (!Store) x = pack::load<Aligned>(p) + x;
+    if constexpr (Aligned) x.store(p);
+    else x.storeu(p);
 }
 
 // ---- tiles ----
 
-// mr rows by 8 columns.
+// mr rows by nr columns, of which `valid` exist: all of them but for the last panel of a complex type.
 template <scheme S, bool Store, bool Aligned, class T>
-inline void tile8(vrn_int k, const T* a, const T* b, T* c, vrn_int ldc)
+inline void full_tile(vrn_int k, const T* a, const T* b, int valid, T* c, vrn_int ldc)
 {
-    simd::vec<T> acc[8];
-    for (int j = 0; j < 8; ++j) _mm_prefetch(reinterpret_cast<const char*>(c + j * ldc) + 16, _MM_HINT_T0);
-    depth8<S>(a, b, k, acc);
-    for (int j = 0; j < 4; ++j) {
-        columns<S>(acc[j], acc[j + 4]);
-        put<Store, Aligned>(c + 2 * j * ldc, acc[j]);
-        put<Store, Aligned>(c + (2 * j + 1) * ldc, acc[j + 4]);
-    }
+    constexpr int nr = gemm_tile<T>.nr;
+    vec_of<T> acc[8], sums[nr];
+    for (int j = 0; j < nr; ++j) _mm_prefetch(reinterpret_cast<const char*>(c + j * ldc) + 16, _MM_HINT_T0);
+    depth8<S>(pack::reals(a), pack::reals(b), k, acc);
+    finish<T, S, 4>(acc, sums);
+    simd::unroll<nr>([&](auto j) {
+        if (nr == 8 || j < 3 || valid == nr) put<Store, Aligned>(c + j * ldc, sums[j]);
+    });
 }
 
 // Width (4, 2 or 1) columns of the chain by Tiles row tiles: several tiles at once, since the sums of a single
 // one are too few to keep the adders busy. sums[t][j] is column j of tile t.
 template <int Width, int Tiles, class T>
-[[gnu::always_inline]] inline void narrow_sums(vrn_int k, const T* a, vrn_int a_distance, const T* b,
-                                               simd::vec<T> (&sums)[Tiles][Width])
+[[gnu::always_inline]] inline void narrow_sums(vrn_int k, const T* at, vrn_int a_distance, const T* bt,
+                                               vec_of<T> (&sums)[Tiles][Width])
 {
-    using V = simd::vec<T>;
+    using V = vec_of<T>;
     using simd::unroll;
-    constexpr int mr = gemm_tile<T>.mr;
-    V acc[Tiles][Width];
-    unroll<Tiles>([&](auto t) { unroll<Width>([&](auto j) { acc[t][j] = V::zero(); }); });
-    for (vrn_int kk = 0; kk < k; ++kk, a += mr, b += Width) {
-        if constexpr (Width == 1) {
+    constexpr int parts = simd::element<T>::parts, mr = gemm_tile<T>.mr * parts, reals = Width * parts;
+    constexpr scheme S = own_scheme<T>;
+    V acc[Tiles][reals];
+    const auto *a = pack::reals(at), *b = pack::reals(bt);
+    a_distance *= parts;
+    unroll<Tiles>([&](auto t) { unroll<reals>([&](auto j) { acc[t][j] = V::zero(); }); });
+    for (vrn_int kk = 0; kk < k; ++kk, a += mr, b += reals) {
+        if constexpr (reals == 1) {
             const V one = V::all(*b);
             unroll<Tiles>([&](auto t) { acc[t][0] = acc[t][0] + V::load(a + t * a_distance) * one; });
         } else {
             unroll<Tiles>([&](auto t) {
                 V f0, f1;
-                a_forms(a + t * a_distance, f0, f1);
-                unroll<Width / 2>([&](auto p) {
+                a_forms<S>(a + t * a_distance, f0, f1);
+                unroll<reals / 2>([&](auto p) {
                     const V pair = b_pair(b + 2 * p);
                     acc[t][2 * p] = acc[t][2 * p] + f0 * pair;
                     acc[t][2 * p + 1] = acc[t][2 * p + 1] + f1 * pair;
@@ -216,9 +257,8 @@ template <int Width, int Tiles, class T>
         }
     }
     unroll<Tiles>([&](auto t) {
-        if constexpr (Width == 1) acc[t][0] = pack::permuted(acc[t][0], pack::a_order<T>);
-        else unroll<Width / 2>([&](auto p) { columns(acc[t][2 * p], acc[t][2 * p + 1]); });
-        unroll<Width>([&](auto j) { sums[t][j] = acc[t][j]; });
+        if constexpr (reals == 1) sums[t][0] = pack::permuted(acc[t][0], pack::a_order<T>);
+        else finish<T, S, reals / 2>(acc[t], sums[t]);
     });
 }
 
@@ -226,7 +266,7 @@ template <int Width, int Tiles, bool Store, bool Aligned, class T>
 inline void narrow_tiles(vrn_int k, const T* a, vrn_int a_distance, const T* b, int valid, T* c, vrn_int ldc)
 {
     constexpr int mr = gemm_tile<T>.mr;
-    simd::vec<T> sums[Tiles][Width];
+    vec_of<T> sums[Tiles][Width];
     narrow_sums<Width, Tiles>(k, a, a_distance, b, sums);
     simd::unroll<Tiles>([&](auto t) {
         simd::unroll<Width>([&](auto j) {
@@ -240,7 +280,7 @@ template <int Width, bool Store, bool Aligned, class T>
 [[gnu::flatten]] void narrow_panel(vrn_int m, vrn_int k, const T* a, vrn_int a_distance, const T* b, int valid, T* c,
                                    vrn_int ldc)
 {
-    constexpr int mr = gemm_tile<T>.mr, tiles = Width == 1 ? 4 : 8 / Width;
+    constexpr int mr = gemm_tile<T>.mr, tiles = Width == 1 ? 4 : 8 / (Width * simd::element<T>::parts);
     for (; m >= tiles * mr; m -= tiles * mr, a += tiles * a_distance, c += tiles * mr)
         narrow_tiles<Width, tiles, Store, Aligned>(k, a, a_distance, b, valid, c, ldc);
     for (; m > 0; m -= mr, a += a_distance, c += mr)
@@ -270,16 +310,28 @@ inline void for_each_panel(const kernel_operands<T>& o, Visit&& visit)
     constexpr int nr = gemm_tile<T>.nr;
     const T* b = o.b;
     const vrn_int step = o.b_normal ? o.b_distance : 1;
-    const auto pack_panel = pack::can_align(o.b, o.b_distance) ? pack::b_panel<true, T> : pack::b_panel<false, T>;
     for (vrn_int j = 0; j < o.n;) {
         const vrn_int left = o.n - j;
         const int width = left >= nr ? nr : chain_width(left);
         const int valid = left < width ? static_cast<int>(left) : width;
-        if constexpr (RawB) pack_panel(o.b_normal, o.depth, valid, width, b, o.b_distance, o.w);
+        if constexpr (RawB) {
+            using pack::b_panel;
+            (pack::can_align(o.b, o.b_distance) ? b_panel<true, T, pack::plain<T>> : b_panel<false, T, pack::plain<T>>)(
+                o.b_normal, o.depth, valid, width, b, o.b_distance, o.w, {});
+        }
         visit(RawB ? o.w : b, width, valid, o.c + j * o.ldc);
         b += RawB ? valid * step : width == nr ? o.b_distance : o.padded * width;
         j += valid;
     }
+}
+
+// Calls f with the width of a panel of the chain as a constant.
+template <class T, class F>
+inline void by_width(int width, F&& f)
+{
+    if constexpr (gemm_tile<T>.nr == 8)
+        if (width == 4) return f.template operator()<4>();
+    width == 2 ? f.template operator()<2>() : f.template operator()<1>();
 }
 
 // m is a multiple of mr.
@@ -288,32 +340,25 @@ void body(vrn_int m, const kernel_operands<T>& o)
 {
     constexpr int mr = gemm_tile<T>.mr;
     for_each_panel<RawB>(o, [&](const T* b, int width, int valid, T* c) {
-        switch (width) {
-        case 8: {
+        const auto narrow = [&]<int Width>() {
+            narrow_panel<Width, Store, Aligned>(m, o.padded, o.a, o.a_distance, b, valid, c, o.ldc);
+        };
+        if (width == gemm_tile<T>.nr) {
             const T* a = o.a;
             for (vrn_int i = 0; i < m; i += mr, a += o.a_distance)
-                tile8<S, Store, Aligned>(o.padded, a, b, c + i, o.ldc);
-            break;
-        }
-        case 4:
-            narrow_panel<4, Store, Aligned>(m, o.padded, o.a, o.a_distance, b, valid, c, o.ldc);
-            break;
-        case 2:
-            narrow_panel<2, Store, Aligned>(m, o.padded, o.a, o.a_distance, b, valid, c, o.ldc);
-            break;
-        default:
-            narrow_panel<1, Store, Aligned>(m, o.padded, o.a, o.a_distance, b, valid, c, o.ldc);
-            break;
+                full_tile<S, Store, Aligned>(o.padded, a, b, valid, c + i, o.ldc);
+        } else {
+            by_width<T>(width, narrow);
         }
     });
 }
 
-// The first rows of a tile against one panel of 8 columns, half the work of a tile: the first form of A by
-// broadcast holds row 0 of d, rows 0 and 1 of s. first_rows of columns 2j and 2j+1 come out in acc[j].
+// The first rows of a tile against one panel of nr columns, half the work of a tile: the first form of A by
+// broadcast holds row 0 of d, rows 0 and 1 of s. first_rows of columns 2j and 2j+1 come out in sums[j].
 template <class T>
 inline constexpr int first_rows = gemm_tile<T>.mr / 2;
 template <class T>
-[[gnu::flatten]] inline void half_tile8(vrn_int k, const T* a, const T* b, simd::vec<T> (&sums)[4])
+[[gnu::flatten]] inline void half_tile(vrn_int k, const T* a, const T* b, simd::vec<T> (&sums)[4])
 {
     using V = simd::vec<T>;
     V acc[4];
@@ -324,72 +369,77 @@ template <class T>
     }
     simd::unroll<4>([&](auto j) { sums[j] = acc[j]; });
 }
+// In c row 0 has to be spread: with two columns of B in a vector it takes half the products all the same.
+[[gnu::flatten]] inline void half_tile(vrn_int k, const simd::cplx<float>* a, const simd::cplx<float>* b,
+                                       simd::vec<float> (&sums)[2])
+{
+    using V = simd::vec<float>;
+    V re[2], im[2];
+    simd::unroll<2>([&](auto j) { re[j] = im[j] = V::zero(); });
+    for (vrn_int kk = 0; kk < k; ++kk, a += 2, b += 4) {
+        const V x = V::all(a->re), y = V::all(a->im);
+        simd::unroll<2>([&](auto j) {
+            const V two = V::load(&b[2 * j].re);
+            re[j] = re[j] + x * two;
+            im[j] = im[j] + y * two;
+        });
+    }
+    simd::unroll<2>([&](auto j) { sums[j] = add_sub(re[j], swap_parts(im[j])); });
+}
 
 // The fewer than mr rows at the end: the panel is full, padded with zero rows, and only `rows` of a tile reach
 // C. Unlike the bodies it takes any alpha and beta.
 template <bool RawB, class T>
 void row_rest(int rows, T alpha, T beta, const kernel_operands<T>& o)
 {
-    using V = simd::vec<T>;
-    constexpr int mr = gemm_tile<T>.mr;
-    const auto element = [&](T sum, T* c) { *c = beta == T{} ? alpha * sum : beta * *c + alpha * sum; };
-    const auto finish = [&](V x, T* c) {
-        alignas(16) T sum[V::lanes];
-        x.store(sum);
+    using V = vec_of<T>;
+    constexpr int mr = gemm_tile<T>.mr, nr = gemm_tile<T>.nr;
+    // A complex factor of one is left out: 1 * inf would make a NaN of the other part, which the bodies do not.
+    const auto element = [&](T sum, T* c) {
+        if (simd::element<T>::parts == 1 || alpha != simd::unity<T>) sum = alpha * sum;
+        if (beta == T{}) *c = sum;
+        else *c = (beta == simd::unity<T> ? *c : beta * *c) + sum;
+    };
+    const auto elements = [&](V x, T* c) {
+        alignas(16) T sum[mr];
+        x.store(pack::reals(sum));
         for (int r = 0; r < rows; ++r) element(sum[r], c + r);
     };
     for_each_panel<RawB>(o, [&](const T* b, int width, int valid, T* c) {
-        static_assert(mr == V::lanes);
+        static_assert(mr == simd::per_vec<T>);
         const auto narrow = [&]<int Width>() {
             V sums[1][Width];
             narrow_sums<Width, 1>(o.padded, o.a, 0, b, sums);
-            for (int j = 0; j < valid; ++j) finish(sums[0][j], c + j * o.ldc);
+            for (int j = 0; j < valid; ++j) elements(sums[0][j], c + j * o.ldc);
         };
-        switch (width) {
-        case 8: {
-            if (rows <= first_rows<T>) {
-                V half[4];
-                half_tile8(o.padded, o.a, b, half);
-                for (int j = 0; j < 4; ++j) {
-                    alignas(16) T sum[V::lanes];
-                    half[j].store(sum);
-                    for (int r = 0; r < rows; ++r) {
-                        element(sum[2 * r], c + 2 * j * o.ldc + r);
-                        element(sum[2 * r + 1], c + (2 * j + 1) * o.ldc + r);
-                    }
-                }
-                break;
+        if (width < nr) {
+            by_width<T>(width, narrow);
+        } else if (rows <= first_rows<T>) {
+            V half[nr / 2];
+            half_tile(o.padded, o.a, b, half);
+            for (int j = 0; j < valid; ++j) {
+                alignas(16) T sum[mr];
+                half[j / 2].store(pack::reals(sum));
+                for (int r = 0; r < rows; ++r) element(sum[2 * r + j % 2], c + j * o.ldc + r);
             }
-            V acc[8];
-            depth8<scheme::diagonal>(o.a, b, o.padded, acc);
-            for (int j = 0; j < 4; ++j) {
-                columns(acc[j], acc[j + 4]);
-                finish(acc[j], c + 2 * j * o.ldc);
-                finish(acc[j + 4], c + (2 * j + 1) * o.ldc);
-            }
-            break;
-        }
-        case 4:
-            narrow.template operator()<4>();
-            break;
-        case 2:
-            narrow.template operator()<2>();
-            break;
-        default:
-            narrow.template operator()<1>();
-            break;
+        } else {
+            V acc[8], sums[nr];
+            depth8<own_scheme<T>>(pack::reals(o.a), pack::reals(b), o.padded, acc);
+            finish<T, own_scheme<T>, 4>(acc, sums);
+            for (int j = 0; j < valid; ++j) elements(sums[j], c + j * o.ldc);
         }
     });
 }
 
-// The kernel behind gemm_desc::kernel. One of eight bodies by variant, beta and the alignment of C; alignment
-// changes the instruction and not the arithmetic.
+// The kernel behind gemm_desc::kernel. One of eight bodies by variant, beta and the alignment of C, of four by the
+// last two for a complex type; alignment changes the instruction and not the arithmetic.
 template <class T, scheme S>
 void kernel(const char* transb, vrn_int m, vrn_int n, vrn_int k, T alpha, const T* a, vrn_int a_distance, const T* b,
             vrn_int b_distance, T beta, T* c, vrn_int ldc, T* w, std::int32_t variant)
 {
     constexpr int mr = gemm_tile<T>.mr;
-    const bool raw = variant == 3;
+    constexpr bool takes_raw = simd::element<T>::parts == 1;
+    const bool raw = takes_raw && variant == 3;
     const bool b_normal = (*transb & 78) == 78; // the bits of N in either case
     kernel_operands<T> o{b_normal, n,   k, raw ? round_up(k, gemm_tile<T>.kr) : k, a, a_distance, b, b_distance,
                          c,        ldc, w};
@@ -400,13 +450,14 @@ void kernel(const char* transb, vrn_int m, vrn_int n, vrn_int k, T alpha, const 
         static constexpr body_function* bodies[2][2][2] = {
             {{body<S, false, false, false, T>, body<S, false, false, true, T>},
              {body<S, false, true, false, T>, body<S, false, true, true, T>}},
-            {{body<S, true, false, false, T>, body<S, true, false, true, T>},
-             {body<S, true, true, false, T>, body<S, true, true, true, T>}}};
+            {{body<S, takes_raw, false, false, T>, body<S, takes_raw, false, true, T>},
+             {body<S, takes_raw, true, false, T>, body<S, takes_raw, true, true, T>}}};
         bodies[raw][beta == T{}][aligned](whole, o);
         o.a += whole / mr * a_distance;
         o.c += whole;
     }
-    if (rest != 0) (raw ? row_rest<true, T> : row_rest<false, T>)(rest, alpha, beta, o);
+    if constexpr (mr > 1)
+        if (rest != 0) (raw ? row_rest<takes_raw, T> : row_rest<false, T>)(rest, alpha, beta, o);
 }
 
 } // namespace vrn::blas

@@ -3,7 +3,7 @@
 // small products load what was just scaled, and a wide load behind narrow stores would wait for them.
 #pragma once
 
-#include "simd/vec.hpp"
+#include "simd/complex.hpp"
 
 #include <cstdint>
 
@@ -21,32 +21,32 @@ void zero_words(std::int64_t n, T* x)
 template <bool Zero, int Columns, class T>
 void mscale_columns(std::int64_t m, T beta, T* c, std::int64_t ldc)
 {
-    using V = simd::vec<T>;
-    const V b = V::all(beta);
+    using R = simd::real_of<T>;
+    using V = simd::vec<R>;
+    constexpr int per = simd::per_vec<T>;
+    const simd::factor<T> f(beta);
+    const auto vector = [&](T* at) {
+        R* p = reinterpret_cast<R*>(at);
+        (Zero ? V::zero() : f(V::loadu(p))).storeu(p);
+    };
     std::int64_t i = 0;
     for (; i + 8 <= m; i += 8)
         for (int j = 0; j < Columns; ++j)
-            for (int r = 0; r < 8; r += V::lanes) {
-                T* p = c + i + r + j * ldc;
-                (Zero ? V::zero() : V::loadu(p) * b).storeu(p);
-            }
-    for (; i + V::lanes <= m; i += V::lanes)
-        for (int j = 0; j < Columns; ++j) {
-            T* p = c + i + j * ldc;
-            (Zero ? V::zero() : V::loadu(p) * b).storeu(p);
-        }
-    if constexpr (V::lanes == 4)
+            for (int r = 0; r < 8; r += per) vector(c + i + r + j * ldc);
+    for (; i + per <= m; i += per)
+        for (int j = 0; j < Columns; ++j) vector(c + i + j * ldc);
+    if constexpr (per == 4)
         if (i + 2 <= m) {
             for (int j = 0; j < Columns; ++j) {
                 T* p = c + i + j * ldc;
-                (Zero ? V::zero() : V::load2(p) * b).store2(p);
+                (Zero ? V::zero() : f(V::load2(p))).store2(p);
             }
             i += 2;
         }
     for (; i < m; ++i)
         for (int j = 0; j < Columns; ++j) {
             T& x = c[i + j * ldc];
-            x = Zero ? T{} : x * beta;
+            x = Zero ? T{} : f(x);
         }
 }
 

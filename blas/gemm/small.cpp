@@ -6,5 +6,7 @@ namespace vrn::blas::small {
 
 template void gemm(const product<float>&);
 template void gemm(const product<double>&);
+template void gemm(const product<simd::cplx<float>>&);
+template void gemm(const product<simd::cplx<double>>&);
 
 } // namespace vrn::blas::small

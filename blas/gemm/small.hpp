@@ -2,7 +2,8 @@
 //
 // Depth is unrolled in full. With A as stored, rows are lanes and four columns of C go together. Where rows of
 // op(A) and columns of op(B) both lie along the depth, d sums them by its dot-product instruction; that of s was
-// measured at half the speed of turning op(A) on the stack first, as both types do when B is transposed too.
+// measured at half the speed of turning op(A) on the stack first, as all types do when B is transposed too.
+// Conjugates are made on the stack.
 #pragma once
 
 #include "blas/gemm/mscale.hpp"
@@ -20,7 +21,7 @@ namespace vrn::blas::small {
 using simd::unroll;
 using simd::vec;
 
-inline constexpr int largest = 10; // of m, n and k
+inline constexpr int largest = small_largest; // of m, n and k
 
 // Rows x Columns of C. Element (kk, j) of op(B) is b[kk*brow + j*bcol].
 template <int K, int Rows, int Columns, class T>
@@ -28,16 +29,15 @@ template <int K, int Rows, int Columns, class T>
                                               T alpha, T* c, vrn_int ldc)
 {
     using R = rows<T, Rows>;
-    using V = vec<T>;
-    V acc[Columns][R::count];
+    row_sum<T> acc[Columns][R::count];
     unroll<K>([&](auto kk) {
-        V x[R::count];
-        unroll<R::count>([&](auto r) { x[r] = R::template load<r>(a); });
+        terms<T> x[R::count];
+        unroll<R::count>([&](auto r) { x[r] = R::template take<r>(a); });
         unroll<Columns>([&](auto j) {
-            const V y = V::all(b[j * bcol]);
+            const auto y = spread(b + j * bcol);
             unroll<R::count>([&](auto r) {
-                if constexpr (kk == 0) acc[j][r] = x[r] * y;
-                else acc[j][r] = acc[j][r] + x[r] * y;
+                if constexpr (kk == 0) acc[j][r] = row_sum<T>::first(x[r], y);
+                else acc[j][r].add(x[r], y);
             });
         });
         a += lda;
@@ -45,11 +45,11 @@ template <int K, int Rows, int Columns, class T>
         // Keeps the compiler from forming all addresses ahead of the row loop and spilling them.
         asm("" : "+r"(a), "+r"(b));
     });
-    const V f = V::all(alpha);
+    const simd::factor<T> f(alpha);
     unroll<Columns>([&](auto j) {
         unroll<R::count>([&](auto r) {
             T* p = c + j * ldc;
-            R::template store<r>(p, R::template load<r>(p) + acc[j][r] * f);
+            R::template store<r>(p, R::template load<r>(p) + f(acc[j][r].value()));
         });
     });
 }
@@ -58,19 +58,22 @@ template <int K, int Columns, class T>
 [[gnu::flatten]] void lanes_columns(vrn_int m, const T* a, vrn_int lda, const T* b, vrn_int brow, vrn_int bcol,
                                     T alpha, T* c, vrn_int ldc)
 {
-    constexpr int l = vec<T>::lanes;
+    constexpr int l = simd::per_vec<T>;
     vrn_int i = 0;
     const auto step = [&]<int Rows>() {
         lanes_tile<K, Rows, Columns>(a + i, lda, b, brow, bcol, alpha, c + i, ldc);
         i += Rows;
     };
-    while (i + 2 * l <= m) step.template operator()<2 * l>();
-    if (i + l <= m) step.template operator()<l>();
+    // A complex vector takes two sums, so that one vector of rows fills the registers.
+    if constexpr (simd::element<T>::parts == 1)
+        while (i + 2 * l <= m) step.template operator()<2 * l>();
+    while (i + l <= m) step.template operator()<l>();
     if constexpr (l == 4) {
         if (m - i == 3) return step.template operator()<3>();
         if (m - i == 2) return step.template operator()<2>();
     }
-    if (i < m) step.template operator()<1>();
+    if constexpr (l > 1)
+        if (i < m) step.template operator()<1>();
 }
 
 // A as stored.
@@ -114,22 +117,41 @@ template <int K>
     }
 }
 
+// op(X), transposed where `turn` asks for it and conjugated where `conjugate` does, as a matrix on the stack.
+template <int Columns, class T>
+void on_stack(vrn_int m, bool turn, bool conjugate, const T* x, vrn_int ld, T* to)
+{
+    const vrn_int row = turn ? ld : 1, column = turn ? 1 : ld;
+    for (vrn_int i = 0; i < m; ++i)
+        for (int j = 0; j < Columns; ++j) {
+            T& e = to[j * largest + i] = x[i * row + j * column];
+            if constexpr (simd::element<T>::parts == 2)
+                if (conjugate) e = conj(e);
+        }
+}
+
 template <int K, class T>
 void multiply(const product<T>& o)
 {
     const bool a_normal = vrn_serv_lsame(o.transa, "N", 1, 1) != 0;
     const bool b_normal = vrn_serv_lsame(o.transb, "N", 1, 1) != 0;
     if (o.m == 0 || o.n == 0) return;
-    if (o.beta != T{1}) mscale(o.m, o.n, o.beta, o.c, o.ldc);
+    if (o.beta != simd::unity<T>) mscale(o.m, o.n, o.beta, o.c, o.ldc);
     if (o.alpha == T{}) return;
-    const vrn_int brow = b_normal ? 1 : o.ldb, bcol = b_normal ? o.ldb : 1;
-    if (a_normal) return lanes<K>(o.m, o.n, o.a, o.lda, o.b, brow, bcol, o.alpha, o.c, o.ldc);
-    if constexpr (vec<T>::lanes == 2)
+    const T* b = o.b;
+    vrn_int brow = b_normal ? 1 : o.ldb, bcol = b_normal ? o.ldb : 1;
+    T conjugate[K * largest];
+    if constexpr (simd::element<T>::parts == 2)
+        if (o.b_conjugated()) {
+            on_stack<K>(o.n, false, true, o.b, o.ldb, conjugate);
+            b = conjugate, brow = largest;
+        }
+    if (a_normal) return lanes<K>(o.m, o.n, o.a, o.lda, b, brow, bcol, o.alpha, o.c, o.ldc);
+    if constexpr (std::is_same_v<T, double>)
         if (b_normal) return along_depth<K>(o.m, o.n, o.a, o.lda, o.b, o.ldb, o.alpha, o.c, o.ldc);
     T turned[K * largest];
-    for (vrn_int i = 0; i < o.m; ++i)
-        for (int kk = 0; kk < K; ++kk) turned[kk * largest + i] = o.a[kk + i * o.lda];
-    lanes<K>(o.m, o.n, turned, largest, o.b, brow, bcol, o.alpha, o.c, o.ldc);
+    on_stack<K>(o.m, true, o.a_conjugated(), o.a, o.lda, turned);
+    lanes<K>(o.m, o.n, turned, largest, b, brow, bcol, o.alpha, o.c, o.ldc);
 }
 
 // k from 1 to 10; anything else is refused by returning.
@@ -147,5 +169,7 @@ void gemm(const product<T>& o)
 // Instantiated by small.cpp: the unrolled kernels are the bulk of this folder's code.
 extern template void gemm(const product<float>&);
 extern template void gemm(const product<double>&);
+extern template void gemm(const product<simd::cplx<float>>&);
+extern template void gemm(const product<simd::cplx<double>>&);
 
 } // namespace vrn::blas::small

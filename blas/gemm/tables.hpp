@@ -2,7 +2,8 @@
 // Read by the packers, the drivers, the host and the tests; nothing else repeats them.
 #pragma once
 
-#include <complex>
+#include "simd/complex.hpp"
+
 #include <cstdint>
 
 namespace vrn::blas {
@@ -19,9 +20,9 @@ inline constexpr tile gemm_tile<float>{4, 8, 4};
 template <>
 inline constexpr tile gemm_tile<double>{2, 8, 4};
 template <>
-inline constexpr tile gemm_tile<std::complex<float>>{2, 4, 4};
+inline constexpr tile gemm_tile<simd::cplx<float>>{2, 4, 4};
 template <>
-inline constexpr tile gemm_tile<std::complex<double>>{1, 4, 4};
+inline constexpr tile gemm_tile<simd::cplx<double>>{1, 4, 4};
 
 // What differs from type to type beside the tile.
 struct blocking {
@@ -40,9 +41,15 @@ inline constexpr blocking gemm_blocking<float>{4, 4, 4, 2, 126, 1280, 768, 5000}
 template <>
 inline constexpr blocking gemm_blocking<double>{4, 4, 4, 1, 126, 640, 384, 5000};
 template <>
-inline constexpr blocking gemm_blocking<std::complex<float>>{2, 4, 4, 2, 106, 512, 320, 5000};
+inline constexpr blocking gemm_blocking<simd::cplx<float>>{2, 4, 4, 2, 106, 512, 320, 5000};
 template <>
-inline constexpr blocking gemm_blocking<std::complex<double>>{2, 4, 4, 1, 106, 256, 160, 2000};
+inline constexpr blocking gemm_blocking<simd::cplx<double>>{2, 4, 4, 1, 106, 256, 160, 2000};
+
+// Sides from which and depths up to which the unrolled kernels of tiny products serve; rows and columns up to the
+// same 10. A complex vector holds one or two rows: below 3 rows or columns its tiles stay half empty.
+inline constexpr int small_largest = 10;
+template <class T>
+inline constexpr int small_least = simd::element<T>::parts == 1 ? 1 : 3;
 
 // The large row block applies above this size of the cache that the host reports, or when it reports none.
 inline constexpr std::int32_t large_cache_bytes = 4194304;

@@ -40,13 +40,21 @@ using desc_function = void(gemm_desc*);
 
 VRN_KERNEL(vrn_blas_s42_xsgemm, vrn::blas::gemm_function<float>);
 VRN_KERNEL(vrn_blas_s42_xdgemm, vrn::blas::gemm_function<double>);
+VRN_KERNEL(vrn_blas_s42_xcgemm, vrn::blas::gemm_function<std::complex<float>>);
+VRN_KERNEL(vrn_blas_s42_xzgemm, vrn::blas::gemm_function<std::complex<double>>);
 VRN_KERNEL(vrn_blas_s42_xsgemm_par, vrn::blas::gemm_par_function<float>);
 VRN_KERNEL(vrn_blas_s42_xdgemm_par, vrn::blas::gemm_par_function<double>);
+VRN_KERNEL(vrn_blas_s42_xcgemm_par, vrn::blas::gemm_par_function<std::complex<float>>);
+VRN_KERNEL(vrn_blas_s42_xzgemm_par, vrn::blas::gemm_par_function<std::complex<double>>);
 VRN_KERNEL(vrn_blas_s42_sgemm_mscale, vrn::blas::mscale_function<float>);
 VRN_KERNEL(vrn_blas_s42_dgemm_mscale, vrn::blas::mscale_function<double>);
+VRN_KERNEL(vrn_blas_s42_cgemm_mscale, vrn::blas::mscale_function<std::complex<float>>);
+VRN_KERNEL(vrn_blas_s42_zgemm_mscale, vrn::blas::mscale_function<std::complex<double>>);
 VRN_KERNEL(vrn_blas_s42_dgemm_zero_desc, vrn::blas::desc_function);
 VRN_KERNEL(vrn_blas_s42_sgemm_get_optimal_kernel, vrn::blas::desc_function);
 VRN_KERNEL(vrn_blas_s42_dgemm_get_optimal_kernel, vrn::blas::desc_function);
+VRN_KERNEL(vrn_blas_s42_cgemm_get_optimal_kernel, vrn::blas::desc_function);
+VRN_KERNEL(vrn_blas_s42_zgemm_get_optimal_kernel, vrn::blas::desc_function);
 
 namespace vrn::blas {
 namespace {
@@ -56,20 +64,19 @@ using loader::backend;
 // The back-end's names by element type.
 template <class T>
 struct names;
-template <>
-struct names<float> {
-    static constexpr auto& gemm = vrn_slot_vrn_blas_s42_xsgemm;
-    static constexpr auto& gemm_par = vrn_slot_vrn_blas_s42_xsgemm_par;
-    static constexpr auto& mscale = vrn_slot_vrn_blas_s42_sgemm_mscale;
-    static constexpr auto& get_optimal_kernel = vrn_slot_vrn_blas_s42_sgemm_get_optimal_kernel;
-};
-template <>
-struct names<double> {
-    static constexpr auto& gemm = vrn_slot_vrn_blas_s42_xdgemm;
-    static constexpr auto& gemm_par = vrn_slot_vrn_blas_s42_xdgemm_par;
-    static constexpr auto& mscale = vrn_slot_vrn_blas_s42_dgemm_mscale;
-    static constexpr auto& get_optimal_kernel = vrn_slot_vrn_blas_s42_dgemm_get_optimal_kernel;
-};
+#define VRN_NAMES(t, T)                                                                                              \
+    template <>                                                                                                      \
+    struct names<T> {                                                                                                \
+        static constexpr auto& gemm = vrn_slot_vrn_blas_s42_x##t##gemm;                                              \
+        static constexpr auto& gemm_par = vrn_slot_vrn_blas_s42_x##t##gemm_par;                                      \
+        static constexpr auto& mscale = vrn_slot_vrn_blas_s42_##t##gemm_mscale;                                      \
+        static constexpr auto& get_optimal_kernel = vrn_slot_vrn_blas_s42_##t##gemm_get_optimal_kernel;              \
+    }
+VRN_NAMES(s, float);
+VRN_NAMES(d, double);
+VRN_NAMES(c, std::complex<float>);
+VRN_NAMES(z, std::complex<double>);
+#undef VRN_NAMES
 
 constexpr vrn_int small_limit = 10;           // the unrolled kernels take m, n and k up to this
 constexpr std::int32_t mode_both_packed = 64; // of the driver: A and B are given as panels
@@ -88,6 +95,8 @@ constexpr vrn_int thin_limit = 16, slice_of_a = 32, slice_of_b = 64;
 // Below this many multiply-adds a second thread does not pay: right at the bound, 100 x 100 x 100, two threads were
 // measured 1.4 times as fast as one, and at 200 x 200 x 200 1.9 times.
 constexpr double threads_from = 1e6;
+template <class T>
+constexpr double multiply_adds = std::is_floating_point_v<T> ? 1 : 4; // of reals, in one of T
 
 // Tiles of the threaded product: some four a thread, so that the last ones even the threads out, but not so small
 // that a panel of B is met by few rows, nor so large that a tile's rows of A leave the second-level cache.
@@ -217,15 +226,15 @@ bool threaded(const product<T>& p, gemm_desc& desc, int threads)
                     if (m0 == 0)
                         share(next_b, pieces(nb, tile_columns), [&](vrn_int piece) {
                             const vrn_int j = piece * tile_columns, columns = std::min(nb - j, tile_columns);
-                            (q.b_normal() ? own.copybn : own.copybt)(&kb, &columns, q.b_at(k0, n0 + j), &q.ldb,
-                                                                     b_panels + j / nr * shared.b_panel_elements,
-                                                                     &shared.b_panel_elements, nullptr);
+                            q.copy_b(own)(&kb, &columns, q.b_at(k0, n0 + j), &q.ldb,
+                                          b_panels + j / nr * shared.b_panel_elements, &shared.b_panel_elements,
+                                          nullptr);
                         });
                     share(next_a, pieces(mb, tile_rows), [&](vrn_int piece) {
                         const vrn_int i = piece * tile_rows, rows = std::min(mb - i, tile_rows);
-                        (q.a_normal() ? own.copyan : own.copyat)(&rows, &kb, q.a_at(m0 + i, k0), &q.lda,
-                                                                 a_panels + i / mr * shared.a_panel_elements,
-                                                                 &shared.a_panel_elements, &q.alpha);
+                        q.copy_a(own)(&rows, &kb, q.a_at(m0 + i, k0), &q.lda,
+                                      a_panels + i / mr * shared.a_panel_elements, &shared.a_panel_elements,
+                                      &q.alpha);
                     });
                     threads::barrier();
                     if (thread == 0)
@@ -252,9 +261,9 @@ bool threaded(const product<T>& p, gemm_desc& desc, int threads)
 } // namespace
 
 template <class T>
-void gemm(const char* transa, const char* transb, const vrn_int* m, const vrn_int* n, const vrn_int* k,
-          const T* alpha, const T* a, const vrn_int* lda, const T* b, const vrn_int* ldb, const T* beta, T* c,
-          const vrn_int* ldc)
+void gemm_road(const char* transa, const char* transb, const vrn_int* m, const vrn_int* n, const vrn_int* k,
+               const T* alpha, const T* a, const vrn_int* lda, const T* b, const vrn_int* ldb, const T* beta, T* c,
+               const vrn_int* ldc)
 {
     const product<T> p{transa, transb, *m, *n, *k, *alpha, a, *lda, b, *ldb, *beta, c, *ldc};
     if (p.m == 0 || p.n == 0) return;
@@ -264,7 +273,7 @@ void gemm(const char* transa, const char* transb, const vrn_int* m, const vrn_in
         const T one{1};
         return backend(names<T>::gemm)(transa, transb, m, n, k, alpha, a, lda, b, ldb, &one, c, ldc);
     }
-    const double work = static_cast<double>(p.m) * static_cast<double>(p.n) * static_cast<double>(p.k);
+    const double work = multiply_adds<T> * static_cast<double>(p.m) * static_cast<double>(p.n) * static_cast<double>(p.k);
     const int threads = work >= threads_from ? threads::available() : 1;
     if (p.a_normal()) {
         if (p.m <= thin_limit || p.n <= thin_limit) return thin(p, threads);
@@ -277,10 +286,12 @@ void gemm(const char* transa, const char* transb, const vrn_int* m, const vrn_in
     one_thread(p, desc);
 }
 
-template void gemm(const char*, const char*, const vrn_int*, const vrn_int*, const vrn_int*, const float*,
-                   const float*, const vrn_int*, const float*, const vrn_int*, const float*, float*, const vrn_int*);
-template void gemm(const char*, const char*, const vrn_int*, const vrn_int*, const vrn_int*, const double*,
-                   const double*, const vrn_int*, const double*, const vrn_int*, const double*, double*,
-                   const vrn_int*);
+#define VRN_ROAD(T)                                                                                                  \
+    template void gemm_road(const char*, const char*, const vrn_int*, const vrn_int*, const vrn_int*, const T*,      \
+                            const T*, const vrn_int*, const T*, const vrn_int*, const T*, T*, const vrn_int*)
+VRN_ROAD(float);
+VRN_ROAD(double);
+VRN_ROAD(std::complex<float>);
+VRN_ROAD(std::complex<double>);
 
 } // namespace vrn::blas

@@ -8,7 +8,7 @@ import argparse
 import textwrap
 from pathlib import Path
 
-from routines import C, INTEGERS, OPTIONS, PREFIXES, ROUTINES, SCALARS
+from routines import C, INTEGERS, OPTIONS, PREFIXES, REAL, ROUTINES, SCALARS
 
 WIDTHS = (("vrn_blas_", "int64_t"), ("vrn_blas_lp64_", "int32_t"))
 
@@ -17,34 +17,34 @@ class Entry:
     """One routine in one type."""
 
     def __init__(self, routine, prefix):
-        self.routine = routine
+        self.routine, self.arguments = routine, routine.arguments
         self.element, self.scalar, self.returned = PREFIXES[prefix]
         self.name = prefix + routine.name
-        self.written = {a[:-1] for a in routine.arguments if a.endswith("!")}
-        # `c` is a matrix where it is written and a scalar where it is not.
-        self.arguments = [a.rstrip("!") for a in routine.arguments]
         if routine.name == "cabs1":
             self.element = C if prefix == "s" else "vrn_complex16"
 
     def kind(self, a):
-        if a in self.written:
-            return "array"
+        if a == "indx":
+            return "indices"
         if a in INTEGERS:
             return "integer"
         if a in OPTIONS:
             return "option"
-        return "scalar" if a in SCALARS else "array"
+        # `c` is a matrix where it is written and a scalar where it is not.
+        return "scalar" if a in SCALARS and a not in self.routine.written else "array"
+
+    def type(self, a, integer):
+        """What an argument points to."""
+        kind = self.kind(a)
+        if kind in ("integer", "indices"):
+            return integer
+        if kind == "option":
+            return "char"
+        whole = self.scalar if kind == "scalar" else self.element
+        return REAL[whole] if a in self.routine.real else whole
 
     def parameter(self, a, integer):
-        kind = self.kind(a)
-        if kind == "integer":
-            return f"const {integer}* {a}"
-        if kind == "option":
-            return f"const char* {a}"
-        if kind == "scalar":
-            real = {"vrn_complex8": "float", "vrn_complex16": "double"}.get(self.scalar, self.scalar)
-            return f"const {real if a in self.routine.real else self.scalar}* {a}"
-        return f"{'' if a in self.written else 'const '}{self.element}* {a}"
+        return f"{'' if a in self.routine.written else 'const '}{self.type(a, integer)}* {a}"
 
     def parameters(self, integer):
         hidden = [f"{self.element}* result"] if self.routine.result == "complex" else []
@@ -71,8 +71,9 @@ HEADER = """\
  * A bad argument is reported once, with its published number, by vrn_serv_xerbla (see vrn_set_xerbla in
  * vrn/service.h), and nothing is written.
  *
- * Levels 1 and 3 are those of Lawson, Hanson, Kincaid and Krogh (1979) and Dongarra, Du Croz, Hammarling and Duff
- * (1990). */
+ * Level 1 is that of Lawson, Hanson, Kincaid and Krogh (1979), on sparse vectors that of Dodson, Grimes and Lewis
+ * (1991); level 2 that of Dongarra, Du Croz, Hammarling and Hanson (1988), level 3 that of Dongarra, Du Croz, Hammarling
+ * and Duff (1990). In levels 2 and 3 a result that is scaled by a beta of zero is written and not read. */
 #ifndef VRN_BLAS_H
 #define VRN_BLAS_H
 
@@ -129,20 +130,37 @@ def body(entry, kernel, family, integer):
         out.append(f"    if ({bad}) return report(\"{e.name.upper()}\", {e.arguments.index(a) + 1});")
     if r.guard:
         out.append(f"    if ({r.guard}) return{zero};")
-    call = []
-    for a in e.arguments:
-        if e.kind(a) == "integer" and not wide:
-            out.append(f"    const int64_t {a}64 = *{a};")
-            call.append(f"&{a}64")
-        else:
-            call.append(a)
-    if r.result == "complex":
-        call.insert(0, "result")
     target = f"vrn::blas::{r.driver}" if r.driver else f"backend(vrn_slot_{kernel})"
-    cast = "static_cast<int32_t>" if r.result == "index" and not wide else ""
-    value = f"{target}({', '.join(call)})"
-    out.append(f"    {'' if e.result(integer) == 'void' else 'return '}{f'{cast}({value})' if cast else value};")
+    if not wide and "indx" in e.arguments:
+        out.append(in_pieces(e, target))
+    else:
+        call = ["result"] if r.result == "complex" else []
+        for a in e.arguments:
+            narrow = e.kind(a) == "integer" and not wide
+            if narrow:
+                out.append(f"    const int64_t {a}64 = *{a};")
+            call.append(f"&{a}64" if narrow else a)
+        cast = "static_cast<int32_t>" if r.result == "index" and not wide else ""
+        value = f"{target}({', '.join(call)})"
+        out.append(f"    {'' if e.result(integer) == 'void' else 'return '}{f'{cast}({value})' if cast else value};")
     return f"{e.result(integer)} {family}{e.name}({e.parameters(integer)})\n{{\n" + "\n".join(out) + "\n}\n"
+
+
+def in_pieces(e, target):
+    """The call of a kernel with 64-bit positions from 32-bit ones."""
+    sparse = {"nz": "&count", "indx": "positions", "x": "x + from"}
+    call = [sparse.get(a, a) for a in e.arguments]
+    piece = "const int64_t* positions, int64_t count, int64_t from"
+    if e.routine.result is None:
+        return f"    with_wide_positions(*nz, indx, [&]({piece}) {{ {target}({', '.join(call)}); }});"
+    real = e.routine.result == "real"
+    part = f"{target}({', '.join(call if real else ['&part'] + call)})"
+    return (f"    {e.returned if real else e.element} sum{{}}{'' if real else ', part'};\n"
+            f"    with_wide_positions(*nz, indx, [&]({piece}) {{\n"
+            f"        {f'const auto part = {part}' if real else part};\n"
+            f"        sum = from == 0 ? part : sum_of(sum, part);\n"
+            f"    }});\n"
+            f"    {'return sum' if real else '*result = sum'};")
 
 
 def sources(args):

@@ -9,9 +9,7 @@ using namespace vrn::test;
 
 namespace {
 
-template <class T>
-constexpr vrn_int mr = sizeof(T) == 4 ? 4 : 2;
-constexpr vrn_int nr = 8, kr = 4;
+constexpr vrn_int kr = 4;
 
 // Which row of the tile stands at a place of the panel: rows of s come in the order its kernel wants.
 template <class T>
@@ -53,11 +51,11 @@ panels<T> b_panels(vrn_int k, vrn_int n, vrn_int distance, Source&& source)
             for (vrn_int c = j; c < j + width; ++c) to.push_back(c < n && kk < k ? source(kk, c) : T{});
     };
     vrn_int j = 0;
-    for (; j + nr <= n; j += nr) {
-        to.resize(static_cast<std::size_t>(j / nr * distance));
-        panel(j, nr);
+    for (; j + nr<T> <= n; j += nr<T>) {
+        to.resize(static_cast<std::size_t>(j / nr<T> * distance));
+        panel(j, nr<T>);
     }
-    to.resize(static_cast<std::size_t>(j / nr * distance));
+    to.resize(static_cast<std::size_t>(j / nr<T> * distance));
     for (const char* width = chains[n - j]; *width != '\0'; j += *width++ - '0') panel(j, *width - '0');
     return to;
 }
@@ -78,7 +76,7 @@ testing::AssertionResult holds(const matrix<T>& got, const panels<T>& model)
         const T x = got(at, 0);
         const auto& expected = model[static_cast<std::size_t>(at)];
         const bool right = !expected             ? same_bits(x, watched<T>())
-                           : std::isnan(*expected) ? std::isnan(x)
+                           : has_nan(*expected)    ? has_nan(x)
                                                  : same_bits(x, *expected);
         if (!right)
             return testing::AssertionFailure()
@@ -93,19 +91,30 @@ template <class T, class Visit>
 void each_source(vrn_int rows, vrn_int columns, Visit&& visit)
 {
     constexpr int lanes = 16 / sizeof(T);
-    for (const bool normal : {true, false})
+    for (const char operation : is_complex<T> ? std::string("NTC") : std::string("NT"))
         for (int shift = 0; shift < lanes; ++shift)
             for (int extra = 0; extra < 2; ++extra) {
+                const bool normal = operation == 'N';
                 const vrn_int r = normal ? rows : columns, c = normal ? columns : rows;
                 const matrix<T> x(r, c, (r + lanes - 1) / lanes * lanes + extra, shift);
-                x.fill([&](vrn_int i, vrn_int j) { return normal ? value<T>(i, j, 1) : value<T>(j, i, 1); });
-                for (const vrn_int apart : {0, 16}) visit(normal, x, apart);
+                x.fill([&](vrn_int i, vrn_int j) {
+                    return conjugate_if(operation == 'C', normal ? value<T>(i, j, 1) : value<T>(j, i, 1));
+                });
+                for (const vrn_int apart : {0, 16}) visit(operation, x, apart);
             }
+}
+template <class F>
+F* packer(char operation, F* normal, F* transposed, F* conjugate)
+{
+    return operation == 'N' ? normal : operation == 'T' ? transposed : conjugate;
 }
 
 template <class T>
 struct GemmPack : Gemm<> {};
-TYPED_TEST_SUITE(GemmPack, Reals);
+TYPED_TEST_SUITE(GemmPack, AllTypes);
+template <class T>
+struct GemmPackOutside : Gemm<> {};
+TYPED_TEST_SUITE(GemmPackOutside, Reals);
 
 constexpr vrn_int sizes[] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 13, 16, 17};
 
@@ -115,17 +124,17 @@ TYPED_TEST(GemmPack, PanelsOfA)
 {
     using T = TypeParam;
     const gemm_desc d = operations<T>().record();
-    const T nan = std::numeric_limits<T>::quiet_NaN();
+    const T nan = std::numeric_limits<real<T>>::quiet_NaN();
     for (const vrn_int m : sizes)
         for (const vrn_int k : sizes)
-            for (const T alpha : {T(1), T(-0.37), nan})
-                each_source<T>(m, k, [&](bool normal, const matrix<T>& a, vrn_int apart) {
+            for (const T alpha : {T(1), factor<T>(-0.37), nan})
+                each_source<T>(m, k, [&](char operation, const matrix<T>& a, vrn_int apart) {
                     const vrn_int distance = mr<T> * padded(k) + apart;
                     const auto model =
                         a_panels<T>(m, k, distance, alpha, [](vrn_int i, vrn_int kk) { return value<T>(i, kk, 1); });
                     const auto to = room<T>(model);
-                    (normal ? d.copyan : d.copyat)(&m, &k, a.data(), &a.ld(), to.data(), &distance, &alpha);
-                    ASSERT_TRUE(holds(to, model)) << m << " x " << k << (normal ? " N" : " T") << " ld " << a.ld();
+                    packer(operation, d.copyan, d.copyat, d.copyac)(&m, &k, a.data(), &a.ld(), to.data(), &distance, &alpha);
+                    ASSERT_TRUE(holds(to, model)) << m << " x " << k << ' ' << operation << " ld " << a.ld();
                 });
 }
 
@@ -134,14 +143,14 @@ TYPED_TEST(GemmPack, PanelsOfB)
     using T = TypeParam;
     const gemm_desc d = operations<T>().record();
     for (const vrn_int k : sizes)
-        for (vrn_int n = 1; n <= 3 * nr; ++n)
-            each_source<T>(k, n, [&](bool normal, const matrix<T>& b, vrn_int apart) {
-                const vrn_int distance = nr * padded(k) + apart;
+        for (vrn_int n = 1; n <= 3 * nr<T>; ++n)
+            each_source<T>(k, n, [&](char operation, const matrix<T>& b, vrn_int apart) {
+                const vrn_int distance = nr<T> * padded(k) + apart;
                 const auto model =
                     b_panels<T>(k, n, distance, [](vrn_int kk, vrn_int j) { return value<T>(kk, j, 1); });
                 const auto to = room<T>(model);
-                (normal ? d.copybn : d.copybt)(&k, &n, b.data(), &b.ld(), to.data(), &distance, nullptr);
-                ASSERT_TRUE(holds(to, model)) << k << " x " << n << (normal ? " N" : " T") << " ld " << b.ld();
+                packer(operation, d.copybn, d.copybt, d.copybc)(&k, &n, b.data(), &b.ld(), to.data(), &distance, nullptr);
+                ASSERT_TRUE(holds(to, model)) << k << " x " << n << ' ' << operation << " ld " << b.ld();
             });
 }
 
@@ -152,23 +161,23 @@ TYPED_TEST(GemmPack, Nothing)
     const TypeParam alpha = 1;
     const vrn_int distance = 64, ld = 8;
     for (const auto& [x, y] : {std::pair<vrn_int, vrn_int>{0, 5}, {5, 0}, {-1, 5}, {5, -1}}) {
-        for (auto* copy : {d.copyan, d.copyat}) copy(&x, &y, nullptr, &ld, nullptr, &distance, &alpha);
-        for (auto* copy : {d.copybn, d.copybt}) copy(&x, &y, nullptr, &ld, nullptr, &distance, nullptr);
+        for (auto* copy : {d.copyan, d.copyat, d.copyac}) copy(&x, &y, nullptr, &ld, nullptr, &distance, &alpha);
+        for (auto* copy : {d.copybn, d.copybt, d.copybc}) copy(&x, &y, nullptr, &ld, nullptr, &distance, nullptr);
     }
 }
 
 // The same layouts in a place that the caller gives, without a factor; any other code is refused.
-TYPED_TEST(GemmPack, OutsidePanels)
+TYPED_TEST(GemmPackOutside, SamePanels)
 {
     using T = TypeParam;
     const gemm_desc d = operations<T>().record();
     for (const vrn_int x : {1, 5, 8, 13})
         for (const vrn_int y : {3, 4, 21})
-            each_source<T>(x, y, [&](bool normal, const matrix<T>& source, vrn_int apart) {
+            each_source<T>(x, y, [&](char operation, const matrix<T>& source, vrn_int apart) {
                 const auto element = [](vrn_int i, vrn_int j) { return value<T>(i, j, 1); };
-                for (const char* trans = normal ? "Nn" : "Tc"; *trans != '\0'; ++trans)
+                for (const char* trans = operation == 'N' ? "Nn" : "Tc"; *trans != '\0'; ++trans)
                     for (const vrn_int code : {4096, 0, 1, 4095, 4097, -4096}) {
-                        const vrn_int a_distance = mr<T> * padded(y) + apart, b_distance = nr * padded(x) + apart;
+                        const vrn_int a_distance = mr<T> * padded(y) + apart, b_distance = nr<T> * padded(x) + apart;
                         auto a_model = a_panels<T>(x, y, a_distance, T(1), element);
                         auto b_model = b_panels<T>(x, y, b_distance, element);
                         if (code != 4096)
@@ -195,19 +204,19 @@ TYPED_TEST(GemmPack, OutsidePanels)
 TYPED_TEST(GemmPack, Scaling)
 {
     using T = TypeParam;
-    const T nan = std::numeric_limits<T>::quiet_NaN();
+    const T nan = std::numeric_limits<real<T>>::quiet_NaN();
     for (vrn_int m = 0; m <= 27; ++m)
         for (vrn_int n = 0; n <= 9; ++n)
-            for (const T beta : {T(0), -T(0), T(1), T(-2.5), nan})
+            for (const T beta : {T(0), -T(0), T(1), factor<T>(-2.5), nan})
                 for (int shift = 0; shift < 2; ++shift) {
                     const matrix<T> c(m, n, m + 3, shift);
                     // Zero stores without reading.
-                    if (beta != 0) c.fill(1);
+                    if (beta != T(0)) c.fill(1);
                     mscale<T>(&m, &n, &beta, c.data(), &c.ld());
                     ASSERT_TRUE(c.intact()) << m << " x " << n;
                     ASSERT_TRUE(c.all([&](vrn_int i, vrn_int j, T x) {
-                        if (std::isnan(beta)) return std::isnan(x);
-                        return same_bits(x, beta == 0 ? T(0) : beta * value<T>(i, j, 1));
+                        if (has_nan(beta)) return has_nan(x);
+                        return same_bits(x, beta == T(0) ? T(0) : beta * value<T>(i, j, 1));
                     })) << m << " x " << n << " by " << beta;
                 }
 }

@@ -15,6 +15,7 @@
 #include <string>
 #include <sys/mman.h>
 #include <utility>
+#include <vector>
 
 namespace vrn::test {
 
@@ -58,12 +59,40 @@ struct Gemm : testing::Test {
     void TearDown() override { EXPECT_EQ(host.live, 0) << "blocks not given back"; }
 };
 using Reals = testing::Types<float, double>;
+using Complex = testing::Types<std::complex<float>, std::complex<double>>;
 using AllTypes = testing::Types<float, double, std::complex<float>, std::complex<double>>;
 
 // ---- numbers ----
 
 template <class T>
 using real = decltype(std::abs(T{}));
+template <class T>
+inline constexpr bool is_complex = !std::is_same_v<T, real<T>>;
+
+// One and zero are themselves; of a complex type any other factor has an imaginary part.
+template <class T>
+T factor(double x)
+{
+    if constexpr (!is_complex<T>) return static_cast<T>(x);
+    else return {static_cast<real<T>>(x), static_cast<real<T>>(x == 1 ? 0 : -0.75 * x)};
+}
+template <class T>
+T conjugate_if(bool conjugate, T x)
+{
+    if constexpr (is_complex<T>)
+        if (conjugate) return std::conj(x);
+    return x;
+}
+template <class T>
+bool has_nan(T x)
+{
+    return std::isnan(std::abs(x)) || std::isnan(std::real(x)) || std::isnan(std::imag(x));
+}
+template <class T>
+bool is_finite(T x)
+{
+    return std::isfinite(std::real(x)) && std::isfinite(std::imag(x));
+}
 
 // The same for the same place, wherever the matrix lies: uniform in (-1, 1).
 template <class T>
@@ -217,6 +246,19 @@ struct setting {
 };
 
 inline bool is_normal(char letter) { return letter == 'N' || letter == 'n'; }
+template <class T>
+bool conjugates(char letter)
+{
+    return is_complex<T> && letter != 'T' && letter != 't' && !is_normal(letter);
+}
+
+// The letters that a sweep goes through.
+template <class T>
+std::vector<const char*> letter_pairs()
+{
+    if constexpr (is_complex<T>) return {"NN", "NT", "NC", "TN", "CN", "TC", "CT", "CC"};
+    else return {"NN", "NT", "TN", "TT"};
+}
 
 template <class T>
 struct product {
@@ -229,8 +271,8 @@ struct product {
     matrix<T> a, b, c;
 
     product(const shape& s, const setting& t = {})
-        : size(s), set(t), a_normal(is_normal(t.letters[0])), b_normal(is_normal(t.letters[1])), alpha(T(t.alpha)),
-          beta(T(t.beta)), a(stored(a_normal, s.m, s.k, t.gap, t.shift_a)),
+        : size(s), set(t), a_normal(is_normal(t.letters[0])), b_normal(is_normal(t.letters[1])), alpha(factor<T>(t.alpha)),
+          beta(factor<T>(t.beta)), a(stored(a_normal, s.m, s.k, t.gap, t.shift_a)),
           b(stored(b_normal, s.k, s.n, t.gap, t.shift_b)), c(stored(true, s.m, s.n, t.gap, t.shift_c))
     {
         // What a factor of zero keeps from being read is NaN.
@@ -247,6 +289,19 @@ struct product {
 
     const char* transa() const { return set.letters; }
     const char* transb() const { return set.letters + 1; }
+    // Elements of op(A) and op(B), and where they are stored.
+    T& a_at(vrn_int i, vrn_int kk) const { return a_normal ? a(i, kk) : a(kk, i); }
+    T& b_at(vrn_int kk, vrn_int j) const { return b_normal ? b(kk, j) : b(j, kk); }
+    T op_a(vrn_int i, vrn_int kk) const { return conjugate_if(conjugates<T>(*transa()), a_at(i, kk)); }
+    T op_b(vrn_int kk, vrn_int j) const { return conjugate_if(conjugates<T>(*transb()), b_at(kk, j)); }
+    blas::copy_a_function* copy_a(const gemm_desc& d) const
+    {
+        return a_normal ? d.copyan : conjugates<T>(*transa()) ? d.copyac : d.copyat;
+    }
+    blas::copy_b_function* copy_b(const gemm_desc& d) const
+    {
+        return b_normal ? d.copybn : conjugates<T>(*transb()) ? d.copybc : d.copybt;
+    }
 
     // Calls f with the thirteen published arguments and what follows them.
     template <class F, class... Rest>
@@ -261,14 +316,15 @@ struct product {
     testing::AssertionResult sound() const
     {
         const vrn_int step = size.m * size.n * size.k < 1 << 18 ? 1 : 7;
+        const double allowed = is_complex<T> ? 2 : 1;
         if (!a.intact() || !b.intact() || !c.intact())
             return testing::AssertionFailure() << "written outside: " << *this;
         for (vrn_int at = 0; at < size.m * size.n; at += step) {
             const vrn_int i = at % size.m, j = at / size.m;
             const auto e = oracle::gemm<T>(
-                size.k, alpha, [&](vrn_int kk) { return a_normal ? a(i, kk) : a(kk, i); },
-                [&](vrn_int kk) { return b_normal ? b(kk, j) : b(j, kk); }, beta, value<T>(i, j, seed_c));
-            if (const double units = e.units(c(i, j)); !(units <= 1))
+                size.k, alpha, [&](vrn_int kk) { return op_a(i, kk); }, [&](vrn_int kk) { return op_b(kk, j); }, beta,
+                value<T>(i, j, seed_c));
+            if (const double units = e.units(c(i, j)); !(units <= allowed))
                 return testing::AssertionFailure() << units << " units at " << i << ", " << j << ": " << c(i, j)
                                                    << " for " << e.exact << ": " << *this;
         }
@@ -351,6 +407,28 @@ const desc_operations& operations()
 {
     static const desc_operations all(letter<T>);
     return all;
+}
+
+// The register tile, as the packers and the kernels have it.
+template <class T>
+inline constexpr vrn_int mr = 16 / sizeof(T);
+template <class T>
+inline constexpr vrn_int nr = is_complex<T> ? 4 : 8;
+
+// Whether the entry of one thread packs.
+template <class T>
+bool packs(const shape& s)
+{
+    const vrn_int least = is_complex<T> ? 3 : 1;
+    const bool tiny = s.m <= 10 && s.n <= 10 && s.k <= 10 && s.m >= least && s.n >= least;
+    return s.m >= (is_complex<T> ? 2 : 4) && s.n >= nr<T> && s.k >= 4 && !tiny;
+}
+
+// What a warning names.
+template <class T>
+std::string routine()
+{
+    return std::string(1, static_cast<char>(letter<T> - 32)) + "GEMM";
 }
 
 template <class T>

@@ -198,17 +198,17 @@ TEST(Level1Public, ComplexDots)
     hold_complex_dot(BOTH(zdotc), vrn_complex16{9, 9}, 11, -2);
 }
 
-// Zero for n < 1 and for a stride below one.
+// Zero for n < 1, and for a stride below one but for norms, which take its magnitude and repeat one element for zero.
 template <class Entries, class E>
-void hold_reduction(Entries entries, const E* x, double expected)
+void hold_reduction(Entries entries, const E* x, double expected, double back_expected = 0, double zero_expected = 0)
 {
     in_both_widths(entries, [=](auto reduce, auto integer) {
         using I = decltype(integer);
         const I n = 2, none = 0, two = 2, back = -2, zero = 0;
         EXPECT_EQ(static_cast<double>(reduce(&n, x, &two)), expected);
         EXPECT_EQ(reduce(&none, x, &two), 0);
-        EXPECT_EQ(reduce(&n, x, &zero), 0);
-        EXPECT_EQ(reduce(&n, x, &back), 0);
+        EXPECT_FLOAT_EQ(static_cast<float>(reduce(&n, x, &zero)), static_cast<float>(zero_expected));
+        EXPECT_EQ(static_cast<double>(reduce(&n, x, &back)), back_expected);
     });
 }
 
@@ -218,10 +218,10 @@ TEST(Level1Public, Reductions)
     const double d[] = {-3, NAN, 4};
     const vrn_complex8 c[] = {{1, -1}, {NAN, 0}, {-3, 5}};
     const vrn_complex16 z[] = {{1, -1}, {NAN, 0}, {-3, 5}};
-    hold_reduction(BOTH(snrm2), s, 5);
-    hold_reduction(BOTH(dnrm2), d, 5);
-    hold_reduction(BOTH(scnrm2), c, 6);
-    hold_reduction(BOTH(dznrm2), z, 6);
+    hold_reduction(BOTH(snrm2), s, 5, 5, 3 * std::sqrt(2.0));
+    hold_reduction(BOTH(dnrm2), d, 5, 5, 3 * std::sqrt(2.0));
+    hold_reduction(BOTH(scnrm2), c, 6, 6, 2);
+    hold_reduction(BOTH(dznrm2), z, 6, 6, 2);
     hold_reduction(BOTH(sasum), s, 7);
     hold_reduction(BOTH(dasum), d, 7);
     hold_reduction(BOTH(scasum), c, 10);

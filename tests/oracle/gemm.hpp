@@ -25,7 +25,7 @@ element<T> gemm(std::int64_t k, T alpha, A&& a, B&& b, T beta, T c)
         for (std::int64_t kk = 0; kk < k; ++kk) {
             const wide<T> product = wide<T>(a(kk)) * wide<T>(b(kk));
             sum += product;
-            size += std::abs(product);
+            size += std::sqrt(std::norm(product)); // hypot guards against overflow that the wider type does not have
         }
     element<T> e{wide<T>(alpha) * sum, std::abs(wide<T>(alpha)) * size, k};
     if (beta != T{}) {
