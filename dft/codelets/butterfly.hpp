@@ -4,15 +4,18 @@
 //
 // 2 and 4 directly; odd primes by pairs x[j] +- x[N-j], 3 and 5 with the products shared; N = A B with coprime A and B
 // without twiddles (Good 1958, Thomas 1963); powers of a prime by Cooley and Tukey (1965). Every index and root is a
-// compile-time constant and the code is straight-line. Direction is the value type's. Constants are the nearest ones.
+// compile-time constant and the code is straight-line but for primes above 13. Direction is the value type's. Constants are the nearest ones.
 #pragma once
 
-#include "dft/codelets/value.hpp"
+#include "dft/codelets/prime.hpp"
 
 namespace vrn::dft {
 
 template <int N, class C>
 VRN_INLINE void butterfly(C (&x)[N]);
+
+// Longer primes run as a loop: their products number (N-1)^2 / 2.
+inline constexpr int longest_unrolled_prime = 13;
 
 namespace detail {
 
@@ -167,6 +170,7 @@ template <int N, class C>
 VRN_INLINE void butterfly(C (&x)[N])
 {
     using namespace detail;
+    using R [[maybe_unused]] = typename C::real;
     if constexpr (N == 2) {
         const C s = x[0] + x[1];
         x[1] = x[0] - x[1];
@@ -174,7 +178,8 @@ VRN_INLINE void butterfly(C (&x)[N])
     } else if constexpr (N == 3) butterfly3(x);
     else if constexpr (N == 4) butterfly4(x);
     else if constexpr (N == 5) butterfly5(x);
-    else if constexpr (is_prime(N)) butterfly_odd<N>(x);
+    else if constexpr (is_prime(N) && N <= longest_unrolled_prime) butterfly_odd<N>(x);
+    else if constexpr (is_prime(N)) prime_butterfly(x, N, {prime_table_of<R, N>.value, prime_table_of<R, N>.power});
     else if constexpr (prime_power(N) != N) butterfly_coprime<prime_power(N), N / prime_power(N)>(x);
     else butterfly_power<rows_of(N), N / rows_of(N)>(x);
 }

@@ -83,7 +83,7 @@ constexpr root constant_root(std::int64_t k, std::int64_t n)
     dd c{1, 0}, s{1, 0};
     for (int j = 27; j > 1; j -= 2) {
         s = dd{1, 0} + (x2 * s) / static_cast<double>(-j * (j - 1));
-        c = dd{1, 0} + (x2 * c) / static_cast<double>(-(j - 1) * (j - 2 == 0 ? 1 : j - 2));
+        c = dd{1, 0} + (x2 * c) / static_cast<double>(-(j - 1) * (j - 2));
     }
     s = x * s;
     return detail::unfold(f, c.hi, s.hi);

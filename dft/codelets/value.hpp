@@ -39,6 +39,7 @@ struct apart {
         const vec<R> k = vec<R>::all(static_cast<R>(c));
         return {k * a.re, k * a.im};
     }
+    VRN_INLINE friend apart scaled(vec<R> k, apart a) { return {k * a.re, k * a.im}; }
     VRN_INLINE friend turned<apart> turn(apart a, apart b)
     {
         return {{a.re + b.im, a.im - b.re}, {a.re - b.im, a.im + b.re}};
@@ -68,6 +69,16 @@ VRN_INLINE vec<float> flip_im(vec<float> a)
     return {_mm_xor_ps(a.v, _mm_castsi128_ps(_mm_set_epi32(INT32_MIN, 0, INT32_MIN, 0)))};
 }
 
+// pshufd, where the shuffle of doubles would want a copy of its operand first.
+VRN_INLINE vec<double> exchanged(vec<double> a)
+{
+    return {_mm_castsi128_pd(_mm_shuffle_epi32(_mm_castpd_si128(a.v), 0x4e))};
+}
+VRN_INLINE vec<float> exchanged(vec<float> a)
+{
+    return {_mm_castsi128_ps(_mm_shuffle_epi32(_mm_castps_si128(a.v), 0xb1))};
+}
+
 // Forward; the backward butterflies are those of the type below.
 template <class R, bool Backward = false>
 struct together {
@@ -78,10 +89,11 @@ struct together {
     VRN_INLINE friend together operator+(together a, together b) { return {a.v + b.v}; }
     VRN_INLINE friend together operator-(together a, together b) { return {a.v - b.v}; }
     VRN_INLINE friend together operator*(double c, together a) { return {vec<R>::all(static_cast<R>(c)) * a.v}; }
+    VRN_INLINE friend together scaled(vec<R> k, together a) { return {k * a.v}; }
     // -i (re, im) = (im, -re)
     VRN_INLINE friend turned<together> turn(together a, together b)
     {
-        const vec<R> u = flip_im(swap_parts(b.v));
+        const vec<R> u = flip_im(exchanged(b.v));
         if constexpr (Backward) return {{a.v - u}, {a.v + u}};
         else return {{a.v + u}, {a.v - u}};
     }
@@ -90,21 +102,47 @@ struct together {
     {
         const double s = Backward ? -w.sin : w.sin;
         return {vec<R>::all(static_cast<R>(w.cos)) * a.v +
-                vec<R>::pair(static_cast<R>(s), static_cast<R>(-s)) * swap_parts(a.v)};
+                vec<R>::pair(static_cast<R>(s), static_cast<R>(-s)) * exchanged(a.v)};
     }
     // By a root from memory: (c c) and (s -s), the forward one.
     VRN_INLINE friend together times(together a, vec<R> c, vec<R> s)
     {
-        const vec<R> x = c * a.v, y = s * swap_parts(a.v);
+        const vec<R> x = c * a.v, y = s * exchanged(a.v);
         if constexpr (Backward) return {x - y};
         else return {x + y};
     }
     VRN_INLINE friend together minus_i(together a)
     {
-        const vec<R> u = swap_parts(a.v);
-        if constexpr (Backward) return {flip_im(swap_parts(flip_im(a.v)))};
-        else return {flip_im(u)};
+        if constexpr (Backward) return {exchanged(flip_im(a.v))};
+        else return {flip_im(exchanged(a.v))};
     }
 };
+
+// Products of interleaved values that both come from memory.
+VRN_INLINE vec<double> complex_product(vec<double> a, vec<double> b)
+{
+    const vec<double> re{_mm_unpacklo_pd(b.v, b.v)}, im{_mm_unpackhi_pd(b.v, b.v)};
+    return add_sub(re * a, im * exchanged(a));
+}
+VRN_INLINE vec<float> complex_product(vec<float> a, vec<float> b)
+{
+    const vec<float> re{_mm_moveldup_ps(b.v)}, im{_mm_movehdup_ps(b.v)};
+    return add_sub(re * a, im * exchanged(a));
+}
+
+// x[i] := a[i] b[i] for `count` interleaved complex values.
+template <class R>
+inline void multiply(R* x, const R* a, const R* b, std::int64_t count)
+{
+    constexpr int each = vec<R>::lanes / 2;
+    std::int64_t i = 0;
+    for (; i + each <= count; i += each)
+        complex_product(vec<R>::loadu(a + 2 * i), vec<R>::loadu(b + 2 * i)).storeu(x + 2 * i);
+    for (; i < count; ++i) {
+        const R re = a[2 * i] * b[2 * i] - a[2 * i + 1] * b[2 * i + 1];
+        const R im = a[2 * i] * b[2 * i + 1] + a[2 * i + 1] * b[2 * i];
+        x[2 * i] = re, x[2 * i + 1] = im;
+    }
+}
 
 } // namespace vrn::dft

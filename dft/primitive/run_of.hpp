@@ -1,0 +1,127 @@
+// dft/primitive/run_of.hpp - runs the stages of a plan for one type (VRN_REAL); the kernels are instantiated here.
+//
+// Depth first: a stage on more values than `limit` has its parts transformed one after the other before it runs, so
+// that they are still in the cache; a part at or below it takes all its passes in turn.
+
+#include "dft/primitive/plan.hpp"
+
+namespace vrn::dft {
+namespace {
+
+using R = VRN_REAL;
+
+template <layout L>
+using stage_kernel = void (*)(const stage_call<R, L>&);
+template <layout L>
+using leaf_kernel = void (*)(const leaf_call<R, L>&);
+
+// Kernels by radix; the first entry serves every radix without its own. Powers of 2 have but 4 and 8.
+inline constexpr int kernel_room = 17;
+template <layout L, bool Last, bool Exchange>
+constexpr stage_kernel<L> stage_of(int radix)
+{
+    switch (radix) {
+    case 4: return stage<4, Last, Exchange, R, L>;
+    default: break;
+    }
+    if constexpr (L == layout::blocked) return stage<8, Last, Exchange, R, L>;
+    else switch (radix) {
+        case 2: return stage<2, Last, Exchange, R, L>;
+        case 3: return stage<3, Last, Exchange, R, L>;
+        case 5: return stage<5, Last, Exchange, R, L>;
+        case 7: return stage<7, Last, Exchange, R, L>;
+        case 11: return stage<11, Last, Exchange, R, L>;
+        case 13: return stage<13, Last, Exchange, R, L>;
+        default: return stage<0, Last, Exchange, R, L>;
+        }
+}
+template <layout L, bool Exchange>
+constexpr leaf_kernel<L> leaf_of(int radix)
+{
+    switch (radix) {
+    case 4: return leaf<4, Exchange, R, L>;
+    case 8: return leaf<8, Exchange, R, L>;
+    default: break;
+    }
+    if constexpr (L == layout::blocked) return leaf<8, Exchange, R, L>;
+    else switch (radix) {
+        case 2: return leaf<2, Exchange, R, L>;
+        case 3: return leaf<3, Exchange, R, L>;
+        case 5: return leaf<5, Exchange, R, L>;
+        case 6: return leaf<6, Exchange, R, L>;
+        case 7: return leaf<7, Exchange, R, L>;
+        case 11: return leaf<11, Exchange, R, L>;
+        case 13: return leaf<13, Exchange, R, L>;
+        case 16: return leaf<16, Exchange, R, L>;
+        default: return leaf<0, Exchange, R, L>;
+        }
+}
+
+prime_roots<R> roots_of(const stage_record& s)
+{
+    return s.prime_table == nullptr ? prime_roots<R>{} : prime_roots_at<R>(s.prime_table, s.radix);
+}
+
+template <layout L, bool Inverse>
+struct runner {
+    const stage_record* stages;
+    int last;
+    const std::int32_t* permutation;
+    int limit;
+    const R* in;
+    R* out;
+    field<R, L> data;
+
+    // Passes s .. last on values begin .. begin + radix * remaining of stage s.
+    void run(int s, std::int32_t begin) const
+    {
+        const stage_record& top = stages[s];
+        const std::int32_t size = top.radix * top.remaining;
+        if (s == last) {
+            leaves(begin, size);
+        } else if (size > limit) {
+            for (std::int32_t i = 0; i < top.radix; ++i) run(s + 1, begin + i * top.remaining);
+            combine(s, begin, size);
+        } else {
+            leaves(begin, size);
+            for (int t = last - 1; t >= s; --t) combine(t, begin, size);
+        }
+    }
+    void leaves(std::int32_t begin, std::int32_t size) const
+    {
+        const stage_record& s = stages[last];
+        leaf_of<L, Inverse>(s.radix)({in, s.product, permutation + begin / s.radix, data.at(begin), size / s.radix,
+                                      roots_of(s), s.radix});
+    }
+    void combine(int t, std::int32_t begin, std::int32_t size) const
+    {
+        const stage_record& s = stages[t];
+        const stage_call<R, L> call{data.at(begin),
+                                    s.remaining,
+                                    size / (s.radix * s.remaining),
+                                    static_cast<const R*>(s.twiddles),
+                                    roots_of(s),
+                                    s.radix,
+                                    out};
+        if (t == 0) stage_of<L, true, Inverse>(s.radix)(call);
+        else stage_of<L, false, false>(s.radix)(call);
+    }
+};
+
+} // namespace
+
+template <class T, layout L>
+void run_stages(const stage_record* stages, int last, const std::int32_t* permutation, int limit, direction d,
+                const T* in, T* out, T* work)
+{
+    const std::ptrdiff_t n = static_cast<std::ptrdiff_t>(stages[0].radix) * stages[0].remaining;
+    const field<R, L> data{work, n};
+    if (d == direction::forward) runner<L, false>{stages, last, permutation, limit, in, out, data}.run(0, 0);
+    else runner<L, true>{stages, last, permutation, limit, in, out, data}.run(0, 0);
+}
+template void run_stages<R, layout::planar>(const stage_record*, int, const std::int32_t*, int, direction, const R*,
+                                            R*, R*);
+template void run_stages<R, layout::blocked>(const stage_record*, int, const std::int32_t*, int, direction, const R*,
+                                             R*, R*);
+
+} // namespace vrn::dft
