@@ -304,6 +304,6 @@ VRN_EXPORT dft_status vrn_dft_s42_dfti_create_node(descriptor** out, std::int32_
     *out = d;
     // Several threads may create at once; each would store the same.
     if (__atomic_load_n(&services.cache_size, __ATOMIC_RELAXED) == nullptr)
-        __atomic_store_n(&services.cache_size, own_cache_size, __ATOMIC_RELAXED);
+        __atomic_store_n(&services.cache_size, &own_cache_size, __ATOMIC_RELAXED);
     return ok;
 }

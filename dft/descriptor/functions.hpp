@@ -38,16 +38,27 @@ using column_out_pass = dft_status(const void* in, void* out, std::int64_t in_di
                                    kernel_function* kernel, const descriptor* node, std::int64_t columns,
                                    std::int64_t length, void* block, std::int32_t order, void* work);
 // `rows` transforms of the first dimension, from in to out, which may be the same; distances of neighbouring rows.
-using row_pass = dft_status(const descriptor* d, const void* in, void* out, std::int64_t in_distance,
-                            std::int64_t out_distance, std::int64_t rows, void* work);
-// Planes first_index to first_index + count - 1 of the two lowest dimensions, counted over the dimensions above.
-using planes_part = dft_status(const descriptor* d, void* data, std::int64_t first_index, std::int64_t count,
-                               void* work);
-using planes_out_part = dft_status(const descriptor* d, const void* in, void* out, std::int64_t first_index,
-                                   std::int64_t count, void* work);
+using row_pass = dft_status(const descriptor* d, kernel_function* kernel, const void* in, void* out,
+                            std::int64_t in_distance, std::int64_t out_distance, std::int64_t rows, void* work);
+// Real rows, with the values that each side has.
+using real_row_pass = dft_status(const descriptor* d, kernel_function* kernel, const void* in, void* out,
+                                 std::int64_t in_distance, std::int64_t in_count, std::int64_t out_distance,
+                                 std::int64_t out_count, std::int64_t rows, void* work);
+// Planes first to first + count - 1 of the two lowest dimensions, counted over the dimensions above.
+using planes_part = dft_status(const descriptor* d, void* data, std::int64_t first, std::int64_t count,
+                               std::int32_t forward, void* work);
+using planes_out_part = dft_status(const descriptor* d, const void* in, void* out, std::int64_t first,
+                                   std::int64_t count, std::int32_t forward, void* work);
 // `count` neighbouring columns of one further dimension: strides are (between columns, along a column).
 using columns_part = dft_status(const std::int64_t* strides, const descriptor* node, kernel_function* kernel,
                                 void* data, const descriptor* d, std::int64_t count, void* work);
+
+// ---- pieces of real transforms: rows, columns or units first to last - 1 (compute/real.cpp) ----
+using real_part = dft_status(const descriptor* d, const void* in, void* out, std::int64_t first, std::int64_t last,
+                             void* work);
+using real_part_in_place = dft_status(const descriptor* d, void* data, std::int64_t first, std::int64_t last, void* work);
+using real_units = dft_status(const descriptor* d, void* spectrum, std::int32_t dim, std::int64_t first,
+                              std::int64_t last, void* work);
 
 // ---- two phases of one long transform as rows times cols: columns or rows first to last - 1 ----
 using four_step_phase = dft_status(const descriptor* d, const void* in, void* out, std::int64_t first,

@@ -84,12 +84,17 @@ using packed_function = void();
 using plane_function = void();
 using lifecycle_function = dft_status(descriptor* d);
 
+// The plan of a descriptor in one line, appended at the terminator; returns what the line then has.
+int describe(const descriptor* d, char* line, int capacity);
+
 // A strategy of a commit list. Nothing but `commit` and `decommit` decides; the other two tell.
 struct commit_method {
     dft_status (*commit)(const commit_method* method, descriptor* d);
     dft_status (*decommit)(const commit_method* method, descriptor* d);
-    // Appends this strategy's plan of `d` to a line of `capacity` bytes; returns the length of the whole text.
+    // Appends this strategy's plan of `d` to a line of `capacity` bytes; returns what the line then has.
     int (*describe)(const descriptor* d, char* line, int capacity);
+    // Any plan's; the host's way to it, the same in every method.
+    int (*describe_plan)(const descriptor* d, char* line, int capacity) = vrn::dft::describe;
 };
 
 struct descriptor_class_table {
