@@ -257,6 +257,15 @@ template <class R>
 dft_status commit_core(descriptor* d, bool md)
 {
     const bool real = d->forward_domain == domain_real;
+    // What the split strategies could not take for want of memory is not done by halves here.
+    if (d->batch.count > 1) {
+        d->decommit(d);
+        return declined;
+    }
+    if (!real && d->complex_storage == storage_split && d->work_rank > 1) {
+        d->decommit(d);
+        return bad_rank;
+    }
     if (real && !real_configuration(d, md)) {
         d->decommit(d);
         return bad_configuration;
