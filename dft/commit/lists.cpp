@@ -76,16 +76,20 @@ COMPLEX_1D(list_dc1d, d, general_dc1d)
 COMPLEX_1D(list_sc1d, s, general_sc1d)
 
 #define COMPLEX_MD(list, T, general)                                                                                 \
-    const commit_method* list[] = {&split_many_ranks, &split_batch, &split_primitive_##T, &general, nullptr};
+    const commit_method* list[] = {&slab_3d_##T,    &split_many_ranks, &split_batch, &split_primitive_##T,           \
+                                   &small_cube_##T, &small_square_##T, &general,     nullptr};
 COMPLEX_MD(list_dcmd, d, general_dcmd)
 COMPLEX_MD(list_scmd, s, general_scmd)
 
-#define REAL_1D(list, T, general) const commit_method* list[] = {&general, nullptr};
+// The chirp takes no real transform; it ends these lists of the general method's too long ones with its refusal.
+#define REAL_1D(list, T, general) const commit_method* list[] = {&factored_real_##T, &general, &chirp_z_##T, nullptr};
 REAL_1D(list_dr1d, d, general_dr1d)
 REAL_1D(list_sr1d, s, general_sr1d)
 
-#define REAL_MD(list, T, general) const commit_method* list[] = {&general, nullptr};
-REAL_MD(list_drmd, d, general_drmd)
-REAL_MD(list_srmd, s, general_srmd)
+const commit_method* list_drmd[] = {&slab_3d_real_d,      &slab_2d_real_d, &small_cube_real_d,
+                                    &small_square_real_d, &general_drmd,   nullptr};
+// Square ahead of cube; their ranks exclude one another.
+const commit_method* list_srmd[] = {&slab_3d_real_s,    &slab_2d_real_s, &small_square_real_s,
+                                    &small_cube_real_s, &general_srmd,   nullptr};
 
 } // namespace vrn::dft

@@ -172,4 +172,40 @@ TEST(Dft, LongLines)
             }
 }
 
+// Factored over two threads beside the plain plan of one, and back.
+TEST(Dft, LongRealLines)
+{
+    for (const std::int64_t n : {16384, 9 * 25 * 8 * 10, 2 * 11003})
+        for (const int format : {VRN_DFT_CCS, VRN_DFT_PERM})
+            for (const int placement : {inside, apart}) {
+                std::vector<float> given(static_cast<std::size_t>(n) + 2), spectra[2], back;
+                for (std::size_t i = 0; i < given.size(); ++i) given[i] = static_cast<float>(i * i % 97) - 48;
+                for (const int threads : {1, 2}) {
+                    vrn_dft_handle h = nullptr;
+                    ASSERT_EQ(vrn_dft_create(&h, VRN_DFT_SINGLE, VRN_DFT_REAL, 1, &n), 0);
+                    vrn_dft_set_int(h, VRN_DFT_PLACEMENT, placement);
+                    vrn_dft_set_int(h, VRN_DFT_PACKED_FORMAT, format);
+                    vrn_dft_set_int(h, VRN_DFT_THREADS, threads);
+                    vrn_dft_set_double(h, VRN_DFT_BACKWARD_SCALE, 1.0 / static_cast<double>(n));
+                    ASSERT_EQ(vrn_dft_commit(h), 0);
+                    auto x = given, y = given;
+                    EXPECT_EQ(vrn_dft_forward(h, x.data(), y.data()), 0);
+                    spectra[threads - 1] = placement == inside ? x : y;
+                    auto z = spectra[threads - 1];
+                    back = z;
+                    EXPECT_EQ(vrn_dft_backward(h, z.data(), back.data()), 0);
+                    if (placement == inside) back = z;
+                    vrn_dft_free(&h);
+                }
+                auto far = [&](const std::vector<float>& a, const std::vector<float>& b, std::int64_t count) {
+                    double error = 0, norm = 0;
+                    for (std::int64_t i = 0; i < count; ++i) error += std::pow(a[i] - b[i], 2), norm += std::pow(b[i], 2);
+                    return std::sqrt(error / norm);
+                };
+                const double bound = 5 * 1.2e-7 * 17;
+                EXPECT_LE(far(spectra[1], spectra[0], n + (format == VRN_DFT_CCS ? 2 : 0)), bound) << n << ' ' << format << ' ' << placement;
+                EXPECT_LE(far(back, given, n), 2 * bound) << n << ' ' << format << ' ' << placement;
+            }
+}
+
 } // namespace
