@@ -100,16 +100,16 @@ VRN_INLINE void butterfly_odd(C (&x)[N])
 {
     constexpr int h = (N - 1) / 2;
     C a[h], b[h];
-    unroll<h>([&](auto j) {
+    unroll<h>([&](auto j) VRN_HERE {
         a[j] = x[j + 1] + x[N - 1 - j];
         b[j] = x[j + 1] - x[N - 1 - j];
     });
     const C x0 = x[0];
-    unroll<h>([&](auto j) { x[0] = x[0] + a[j]; });
-    unroll<h>([&](auto k0) {
+    unroll<h>([&](auto j) VRN_HERE { x[0] = x[0] + a[j]; });
+    unroll<h>([&](auto k0) VRN_HERE {
         constexpr int k = decltype(k0)::value + 1;
         C p = x0 + root_of<k, N>.cos * a[0], q = root_of<k, N>.sin * b[0];
-        unroll<h - 1>([&](auto j0) {
+        unroll<h - 1>([&](auto j0) VRN_HERE {
             constexpr int j = decltype(j0)::value + 2;
             // Signs go to additions, so that a cosine or sine stands once among the constants.
             constexpr root w = root_of<(j * k % N < N - j * k % N ? j * k % N : N - j * k % N), N>;
@@ -123,65 +123,99 @@ VRN_INLINE void butterfly_odd(C (&x)[N])
 }
 
 // j = (B j1 + A j2) mod N in, k = (B B' k1 + A A' k2) mod N out, with B B' = 1 mod A and A A' = 1 mod B.
-template <int A, int B, class C>
-VRN_INLINE void butterfly_coprime(C (&x)[A * B])
-{
-    constexpr int N = A * B;
-    unroll<B>([&](auto j2) {
-        C y[A];
-        unroll<A>([&](auto j1) { y[j1] = x[(B * j1 + A * j2) % N]; });
-        butterfly<A>(y);
-        unroll<A>([&](auto j1) { x[(B * j1 + A * j2) % N] = y[j1]; });
-    });
-    C z[N];
-    unroll<A>([&](auto k1) {
-        C y[B];
-        unroll<B>([&](auto j2) { y[j2] = x[(B * k1 + A * j2) % N]; });
-        butterfly<B>(y);
-        unroll<B>([&](auto k2) { z[(B * inverse(B, A) * k1 + A * inverse(A, B) * k2) % N] = y[k2]; });
-    });
-    unroll<N>([&](auto i) { x[i] = z[i]; });
-}
+template <int A, int B>
+struct coprime_indices {
+    static constexpr int in(int j1, int j2) { return (B * j1 + A * j2) % (A * B); }
+    static constexpr int out(int k1, int k2) { return (B * inverse(B, A) * k1 + A * inverse(A, B) * k2) % (A * B); }
+    template <int, int, class C>
+    VRN_INLINE static C twiddle(C x)
+    {
+        return x;
+    }
+};
 
 // j = B j1 + j2, k = k1 + A k2
-template <int A, int B, class C>
-VRN_INLINE void butterfly_power(C (&x)[A * B])
+template <int A, int B>
+struct power_indices {
+    static constexpr int in(int j1, int j2) { return B * j1 + j2; }
+    static constexpr int out(int k1, int k2) { return k1 + A * k2; }
+    template <int K1, int J2, class C>
+    VRN_INLINE static C twiddle(C x)
+    {
+        return rotate<K1 * J2, A * B>(x);
+    }
+};
+
+// A part of a longer transform: out of line where it is long itself and not the heart of a power of 2. That halves the
+// size and the build time of the codelets; the call costs less than one of the additions in it.
+template <int N, class C>
+[[gnu::noinline]] void butterfly_call(C (&x)[N])
 {
-    constexpr int N = A * B;
-    unroll<B>([&](auto j2) {
+    butterfly<N>(x);
+}
+template <int N, int Whole, class C>
+VRN_INLINE void butterfly_within(C (&x)[N])
+{
+    if constexpr (Whole > 16 && N > 5 && N % 2 != 0) butterfly_call<N>(x);
+    else butterfly<N>(x);
+}
+
+// B transforms of length A, then A of length B. What stays between the two is all that leaves the registers.
+template <int A, int B, class Indices, class C, class In, class Out>
+VRN_INLINE void two_steps(In&& in, Out&& out)
+{
+    C x[A * B];
+    unroll<B>([&](auto j2) VRN_HERE {
         C y[A];
-        unroll<A>([&](auto j1) { y[j1] = x[B * j1 + j2]; });
-        butterfly<A>(y);
-        unroll<A>([&](auto k1) { x[B * k1 + j2] = rotate<k1 * j2, N>(y[k1]); });
+        unroll<A>([&](auto j1) VRN_HERE { y[j1] = in(std::integral_constant<int, Indices::in(j1, j2)>{}); });
+        butterfly_within<A, A * B>(y);
+        unroll<A>([&](auto k1) VRN_HERE { x[B * k1 + j2] = Indices::template twiddle<k1, j2>(y[k1]); });
     });
-    C z[N];
-    unroll<A>([&](auto k1) {
+    unroll<A>([&](auto k1) VRN_HERE {
         C y[B];
-        unroll<B>([&](auto j2) { y[j2] = x[B * k1 + j2]; });
-        butterfly<B>(y);
-        unroll<B>([&](auto k2) { z[k1 + A * k2] = y[k2]; });
+        unroll<B>([&](auto j2) VRN_HERE { y[j2] = x[B * k1 + j2]; });
+        butterfly_within<B, A * B>(y);
+        unroll<B>([&](auto k2) VRN_HERE { out(std::integral_constant<int, Indices::out(k1, k2)>{}, y[k2]); });
     });
-    unroll<N>([&](auto i) { x[i] = z[i]; });
 }
 
 } // namespace detail
 
-template <int N, class C>
-VRN_INLINE void butterfly(C (&x)[N])
+// The transform from in(j) to out(k, value), j and k as constants; inputs are read as they
+// are needed and outputs written as they are made.
+template <int N, class C, class In, class Out>
+VRN_INLINE void transform(In&& in, Out&& out)
 {
     using namespace detail;
     using R [[maybe_unused]] = typename C::real;
-    if constexpr (N == 2) {
-        const C s = x[0] + x[1];
-        x[1] = x[0] - x[1];
-        x[0] = s;
-    } else if constexpr (N == 3) butterfly3(x);
-    else if constexpr (N == 4) butterfly4(x);
-    else if constexpr (N == 5) butterfly5(x);
-    else if constexpr (is_prime(N) && N <= longest_unrolled_prime) butterfly_odd<N>(x);
-    else if constexpr (is_prime(N)) prime_butterfly(x, N, {prime_table_of<R, N>.value, prime_table_of<R, N>.power});
-    else if constexpr (prime_power(N) != N) butterfly_coprime<prime_power(N), N / prime_power(N)>(x);
-    else butterfly_power<rows_of(N), N / rows_of(N)>(x);
+    if constexpr (is_prime(N) || N == 4) {
+        C x[N];
+        unroll<N>([&](auto j) VRN_HERE { x[j] = in(j); });
+        if constexpr (N == 2) {
+            const C s = x[0] + x[1];
+            x[1] = x[0] - x[1];
+            x[0] = s;
+        } else if constexpr (N == 3) butterfly3(x);
+        else if constexpr (N == 4) butterfly4(x);
+        else if constexpr (N == 5) butterfly5(x);
+        else if constexpr (N <= longest_unrolled_prime) butterfly_odd<N>(x);
+        else prime_butterfly(x, N, {prime_table_of<R, N>.value, prime_table_of<R, N>.power});
+        unroll<N>([&](auto k) VRN_HERE { out(k, x[k]); });
+    } else if constexpr (prime_power(N) != N) {
+        constexpr int A = prime_power(N), B = N / A;
+        two_steps<A, B, coprime_indices<A, B>, C>(in, out);
+    } else {
+        constexpr int A = rows_of(N), B = N / A;
+        two_steps<A, B, power_indices<A, B>, C>(in, out);
+    }
+}
+
+template <int N, class C>
+VRN_INLINE void butterfly(C (&x)[N])
+{
+    C y[N];
+    transform<N, C>([&](auto j) VRN_HERE { return x[j]; }, [&](auto k, C v) VRN_HERE { y[k] = v; });
+    unroll<N>([&](auto k) VRN_HERE { x[k] = y[k]; });
 }
 
 } // namespace vrn::dft

@@ -15,16 +15,26 @@ VRN_INLINE void store_one(vec<double> v, double* p) { v.storeu(p); }
 VRN_INLINE vec<float> load_one(const float* p) { return vec<float>::load2(p); }
 VRN_INLINE void store_one(vec<float> v, float* p) { v.store2(p); }
 
-template <int N, bool Backward>
-[[gnu::flatten]] void codelet(const R* in, R* out)
+// Output k goes to out + k * step. The inverse transform is the forward one with outputs 1 to N-1 in reverse, so one
+// body serves both directions: the backward codelet begins behind the end and steps down.
+template <int N>
+[[gnu::noinline]] void outputs(const R* in, R* first, R* out, std::ptrdiff_t step)
 {
-    together<R, Backward> x[N];
-    unroll<N>([&](auto i) { x[i].v = load_one(in + 2 * i); });
-    butterfly<N>(x);
-    unroll<N>([&](auto i) { store_one(x[i].v, out + 2 * i); });
+    using C = together<R>;
+    transform<N, C>([&](auto j) VRN_HERE { return C{load_one(in + 2 * j)}; },
+                    [&](auto k, C x) VRN_HERE { store_one(x.v, k == 0 ? first : out + k * step); });
+}
+template <int N>
+void forward(const R* in, R* out)
+{
+    outputs<N>(in, out, out, 2);
+}
+template <int N>
+void backward(const R* in, R* out)
+{
+    outputs<N>(in, out, out + 2 * N, -2);
 }
 
-template <bool Backward>
 void copy_one(const R* in, R* out)
 {
     const R re = in[0], im = in[1];
@@ -34,7 +44,7 @@ void copy_one(const R* in, R* out)
 template <int... I>
 constexpr codelet_tables<R> table_of(std::integer_sequence<int, I...>)
 {
-    return {{nullptr, copy_one<false>, codelet<I + 2, false>...}, {nullptr, copy_one<true>, codelet<I + 2, true>...}};
+    return {{nullptr, copy_one, forward<I + 2>...}, {nullptr, copy_one, backward<I + 2>...}};
 }
 
 } // namespace

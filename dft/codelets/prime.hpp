@@ -71,18 +71,18 @@ VRN_INLINE void prime_rows(C* x, C x0, const C* a, const C* b, int p, int u, pri
     const int h = (p - 1) / 2;
     const auto* value = w.value + 2 * u;
     C even[Rows], odd[Rows];
-    unroll<Rows>([&](auto r) {
+    unroll<Rows>([&](auto r) VRN_HERE {
         even[r] = x0 + scaled(V::all(value[2 * r]), a[0]);
         odd[r] = scaled(V::all(value[2 * r + 1]), b[0]);
     });
     for (int t = 1; t < h; ++t) {
         value += 2;
-        unroll<Rows>([&](auto r) {
+        unroll<Rows>([&](auto r) VRN_HERE {
             even[r] = even[r] + scaled(V::all(value[2 * r]), a[t]);
             odd[r] = odd[r] + scaled(V::all(value[2 * r + 1]), b[t]);
         });
     }
-    unroll<Rows>([&](auto r) {
+    unroll<Rows>([&](auto r) VRN_HERE {
         const auto [minus, plus] = turn(even[r], odd[r]);
         const int k = w.power[u + r];
         x[k] = minus, x[p - k] = plus;

@@ -16,6 +16,8 @@
 namespace vrn::dft {
 
 #define VRN_INLINE [[gnu::always_inline]] inline
+// On lambdas: their bodies, too, are part of the kernel that writes them.
+#define VRN_HERE __attribute__((always_inline))
 
 using simd::unroll;
 using simd::vec;

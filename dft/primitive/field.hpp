@@ -96,7 +96,7 @@ VRN_INLINE void interleave(apart<float> x, float* to, int count)
 template <int N>
 VRN_INLINE void store_lanes(const vec<double> (&x)[N], double* to, std::ptrdiff_t distance, int step, int count)
 {
-    unroll<N / 2>([&](auto h) {
+    unroll<N / 2>([&](auto h) VRN_HERE {
         constexpr int k = 2 * decltype(h)::value;
         _mm_storeu_pd(to + step * k, _mm_unpacklo_pd(x[k].v, x[k + 1].v));
         if (count == 2) _mm_storeu_pd(to + distance + step * k, _mm_unpackhi_pd(x[k].v, x[k + 1].v));
@@ -109,14 +109,14 @@ VRN_INLINE void store_lanes(const vec<double> (&x)[N], double* to, std::ptrdiff_
 template <int N>
 VRN_INLINE void store_lanes(const vec<float> (&x)[N], float* to, std::ptrdiff_t distance, int step, int count)
 {
-    unroll<(N + 3) / 4>([&](auto h) {
+    unroll<(N + 3) / 4>([&](auto h) VRN_HERE {
         constexpr int k = 4 * decltype(h)::value, have = N - k < 4 ? N - k : 4;
         __m128 t[4];
-        unroll<4>([&](auto i) { t[i] = x[i < have ? k + i : N - 1].v; });
+        unroll<4>([&](auto i) VRN_HERE { t[i] = x[i < have ? k + i : N - 1].v; });
         const __m128 a = _mm_unpacklo_ps(t[0], t[1]), b = _mm_unpacklo_ps(t[2], t[3]);
         const __m128 c = _mm_unpackhi_ps(t[0], t[1]), d = _mm_unpackhi_ps(t[2], t[3]);
         const __m128 row[4] = {_mm_movelh_ps(a, b), _mm_movehl_ps(b, a), _mm_movelh_ps(c, d), _mm_movehl_ps(d, c)};
-        unroll<4>([&](auto l) {
+        unroll<4>([&](auto l) VRN_HERE {
             if (l < count) store_part({row[l]}, to + l * distance + step * k, have);
         });
     });

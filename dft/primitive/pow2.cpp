@@ -1,7 +1,7 @@
 // dft/primitive/pow2.cpp - plans of length 2^order.
 //
-//     order 0 to 5     a codelet
-//     order 6 to 16    stages of radix 4 and 8 behind a leaf of radix 4 or 8
+//     order 0 to 6     a codelet
+//     order 7 to 16    stages of radix 4 and 8 behind a leaf of radix 8 or 16
 //     above            two levels, n = A B: columns of A values with the roots between, then rows of B values
 //
 // The two levels read and write memory twice in all; columns go eight at a time, whole lines of the cache, through a
@@ -13,22 +13,22 @@
 namespace vrn::dft {
 namespace {
 
-constexpr int direct_order = 5, longest_order = 27;
+constexpr int direct_order = 6, longest_order = 27;
 constexpr int group = 8; // columns or rows that move together
 // 64 KiB of doubles in the first-level cache and its neighbour: below it, a pass after the other is as fast.
 constexpr int pow2_flat_limit = 1024;
 
 constexpr int column_order(int order) { return order <= 18 ? 6 : 8; }
 
-// log2 of the stages' radices, the last stage (the first pass) at the end. Its own order is fixed by the total; of the
-// others as many as can be are 3.
-int stage_orders(int order, std::int32_t* radices)
+// Radices outermost first. Stages are of order 3 and, so that the sum is right, one or two of order 2; two of order 2
+// are the leaf together, one of radix 16, and one stands outermost, where its blocks are longest.
+int radices_of(int order, std::int32_t* radices)
 {
-    const int first = order == 7 || order == 8 || order == 10 || order < 6 ? 2 : 3;
-    int rest = order - first, count = 0;
-    for (; rest % 3 != 0; rest -= 2) radices[count++] = 4;
+    const int leaf = order % 3 == 1 ? 4 : 3;
+    int rest = order - leaf, count = 0;
+    if (rest % 3 != 0) radices[count++] = 4, rest -= 2;
     for (; rest > 0; rest -= 3) radices[count++] = 8;
-    radices[count++] = 1 << first;
+    radices[count++] = 1 << leaf;
     return count;
 }
 
@@ -56,7 +56,7 @@ std::int32_t build(pow2_plan& plan)
     if (order <= direct_order) return kpr_ok;
     if (order <= in_cache_order) {
         std::int32_t radices[8];
-        const int count = stage_orders(order, radices);
+        const int count = radices_of(order, radices);
         plan.last_stage = count - 1;
         lay_out(plan.stages, radices, count, static_cast<std::int32_t>(n));
         plan.table_order = order <= 10 ? 10 : order;

@@ -41,9 +41,10 @@ constexpr leaf_kernel<L> leaf_of(int radix)
     switch (radix) {
     case 4: return leaf<4, Exchange, R, L>;
     case 8: return leaf<8, Exchange, R, L>;
+    case 16: return leaf<16, Exchange, R, L>;
     default: break;
     }
-    if constexpr (L == layout::blocked) return leaf<8, Exchange, R, L>;
+    if constexpr (L == layout::blocked) return nullptr;
     else switch (radix) {
         case 2: return leaf<2, Exchange, R, L>;
         case 3: return leaf<3, Exchange, R, L>;
@@ -52,7 +53,6 @@ constexpr leaf_kernel<L> leaf_of(int radix)
         case 7: return leaf<7, Exchange, R, L>;
         case 11: return leaf<11, Exchange, R, L>;
         case 13: return leaf<13, Exchange, R, L>;
-        case 16: return leaf<16, Exchange, R, L>;
         default: return leaf<0, Exchange, R, L>;
         }
 }

@@ -39,38 +39,36 @@ template <int Radix, bool Last, bool Exchange, class R, layout L>
 VRN_INLINE void stage_step(const stage_call<R, L>& c, field<R, L> data, int k, const R* twiddles, int width)
 {
     using V = vec<R>;
-    constexpr int lanes = V::lanes, room = Radix == 0 ? longest_prime : Radix;
-    apart<R> x[room];
+    constexpr int lanes = V::lanes;
     const std::ptrdiff_t m = c.m;
-    const auto load = [&](auto i) {
+    const auto load = [&](auto i) VRN_HERE {
         const apart<R> y = data.load(k + i * m);
         const R* w = twiddles + (i - 1) * 2 * lanes;
-        x[i] = i == 0 ? y : times(y, V::load(w), V::load(w + lanes));
+        if (i == 0) return y;
+        return times(y, V::load(w), V::load(w + lanes));
     };
-    const auto store = [&](auto q) {
-        if constexpr (Last) interleave<Exchange>(x[q], c.out + 2 * (k + q * m), width);
-        else if (width == lanes) data.store(x[q], k + q * m);
+    const auto store = [&](auto q, apart<R> y) VRN_HERE {
+        if constexpr (Last) interleave<Exchange>(y, c.out + 2 * (k + q * m), width);
+        else if (width == lanes) data.store(y, k + q * m);
         else {
             R* p = data.re(k + q * m);
-            store_part(x[q].re, p, width), store_part(x[q].im, p + data.im(), width);
+            store_part(y.re, p, width), store_part(y.im, p + data.im(), width);
         }
     };
     if constexpr (Radix != 0) {
-        x[0] = data.load(k);
-        unroll<Radix - 1>([&](auto i) { load(std::integral_constant<int, i + 1>{}); });
-        butterfly<Radix>(x);
-        unroll<Radix>(store);
+        transform<Radix, apart<R>>(load, store);
     } else {
-        x[0] = data.load(k);
-        for (int i = 1; i < c.radix; ++i) load(i);
+        apart<R> x[longest_prime];
+        for (int i = 0; i < c.radix; ++i) x[i] = load(i);
         prime_butterfly(x, c.radix, c.prime);
-        for (int q = 0; q < c.radix; ++q) store(q);
+        for (int q = 0; q < c.radix; ++q) store(q, x[q]);
     }
 }
 
 template <int Radix, bool Last, bool Exchange, class R, layout L>
-[[gnu::flatten]] void stage(const stage_call<R, L>& c)
+void stage(const stage_call<R, L>& call)
 {
+    const stage_call<R, L> c = call; // a copy that no store can change
     constexpr int lanes = vec<R>::lanes;
     const int radix = Radix == 0 ? c.radix : Radix;
     const std::ptrdiff_t step = 2 * lanes * (radix - 1);
@@ -99,8 +97,9 @@ struct leaf_call {
 };
 
 template <int Radix, bool Exchange, class R, layout L>
-[[gnu::flatten]] void leaf(const leaf_call<R, L>& c)
+void leaf(const leaf_call<R, L>& call)
 {
+    const leaf_call<R, L> c = call;
     constexpr int lanes = vec<R>::lanes, room = Radix == 0 ? longest_prime : Radix;
     constexpr int step = L == layout::blocked ? 2 : 1;
     const int radix = Radix == 0 ? c.radix : Radix;
@@ -114,11 +113,11 @@ template <int Radix, bool Exchange, class R, layout L>
         R* to = c.data.re(static_cast<std::ptrdiff_t>(block) * radix);
         apart<R> x[room];
         if constexpr (Radix != 0) {
-            unroll<Radix>([&](auto j) { x[j] = gather<Exchange>(from, j * stride); });
+            unroll<Radix>([&](auto j) VRN_HERE { x[j] = gather<Exchange>(from, j * stride); });
             butterfly<Radix>(x);
             vec<R> re[Radix], im[Radix];
-            unroll<Radix>([&](auto k) { re[k] = x[k].re, im[k] = x[k].im; });
-            const auto store = [&](int count) __attribute__((always_inline)) {
+            unroll<Radix>([&](auto k) VRN_HERE { re[k] = x[k].re, im[k] = x[k].im; });
+            const auto store = [&](int count) VRN_HERE {
                 store_lanes(re, to, step * Radix, step, count);
                 store_lanes(im, to + c.data.im(), step * Radix, step, count);
             };
