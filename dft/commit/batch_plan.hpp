@@ -1,22 +1,43 @@
-// dft/commit/batch_plan.hpp - plans of one node for neighbouring strided transforms.
+// dft/commit/batch_plan.hpp - plans of one node for neighbouring strided transforms of a length that is no power of 2.
+//
+// They stand in for a block's gather, transform and scatter wherever columns lie next to each other. A plan exists for
+// each width 2^i up to the node's stride; a run takes the widest that the preferred width allows and steps down.
 #pragma once
 
+#include "dft/commit/batch_kernels.hpp"
 #include "dft/commit/engine.hpp"
 
 namespace vrn::dft {
 
-inline bool has_batch_plans(const descriptor*) { return false; }
+inline constexpr int batch_widths = 13;
 
-template <class R>
-dft_status init_batch_plans(descriptor*, const descriptor*)
-{
-    return declined;
-}
+// The kind of a plan decides its work function; kind 9 is none.
+struct batch_plan {
+    std::int64_t width;
+    std::uint64_t work_size; // bytes
+};
 
+// What all widths share: the factors, the twiddles of the first pass, the output offsets of both directions.
+struct batch_plan_record {
+    std::uint64_t largest_work;
+    std::int64_t preferred_width;
+    std::int64_t n, n1, n2; // n2 is 1 where one pass does
+    batch_plan plans[batch_widths]; // width 0 where there is none; either direction
+    std::int64_t* places;  // output index of butterfly output k1, k2: forward, then backward, n each
+    void* twiddles;        // n2 rows of n1, two vectors each
+};
+
+// On the node's active_method after a set-up that succeeded.
+extern const commit_method batch_marker;
+inline bool has_batch_plans(const descriptor* node) { return node->active_method == &batch_marker; }
+
+// 0: the plans stand. 100: the configuration is none for them. 7: they would be too big, or the length has no kernel.
 template <class R>
-dft_status run_batch_plans(const descriptor*, kernel_function*, const cplx<R>*, std::int64_t, cplx<R>*, std::int64_t, std::int64_t)
-{
-    return internal_failure;
-}
+dft_status init_batch_plans(descriptor* node, const descriptor* head);
+
+// `count` columns, 2 reals apart on both sides; strides in reals. Non-zero: nothing is done.
+template <class R>
+dft_status run_batch_plans(const descriptor* node, kernel_function* kernel, const cplx<R>* in, std::int64_t in_stride, cplx<R>* out,
+                           std::int64_t out_stride, std::int64_t count);
 
 } // namespace vrn::dft

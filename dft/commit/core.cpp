@@ -134,10 +134,11 @@ dft_status plan_complex_node(descriptor* node, descriptor* head)
     }
     take_wrappers<R>(node);
     if (is_pow2(n)) return make_complex_plan<R>(node);
-    // Scattered neighbours: further dimensions, and batches whose transforms lie interleaved.
+    // Scattered neighbours: further dimensions, and batches whose transforms lie interleaved. The plan below stays for
+    // what comes one at a time.
     const bool batched_head = head->work_rank == 1 && head->placement == in_place && head->number_of_transforms > 1;
     if (node->active_method == nullptr && (node != head || batched_head))
-        if (const dft_status s = init_batch_plans<R>(node, head); s != internal_failure && s != declined) return s;
+        if (const dft_status s = init_batch_plans<R>(node, head); s != ok && s != internal_failure && s != declined) return s;
     if (n <= longest_codelet && n >= 2 && in_order) {
         node->forward_kernel = codelet_kernel<R, true>;
         node->backward_kernel = codelet_kernel<R, false>;

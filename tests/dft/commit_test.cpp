@@ -90,6 +90,8 @@ TEST(DftCommit, TheFirstStrategyThatTakesIt)
         {{.what = "real", .lengths = {16}, .domain = real}, "general: real codelet 16"},
         {{.what = "square", .lengths = {8, 8}, .count = 3}, "small square 3 x 8"},
         {{.what = "no square", .lengths = {8, 9}}, "general: .*; codelet 9"},
+        {{.what = "batches", .lengths = {5, 100}}, "general: codelet 5; batches 100 = 10 x 10, width 20"},
+        {{.what = "too far apart", .lengths = {256, 100}}, "general: .*; complex 100 .*"},
         {{.what = "edge", .lengths = {17, 17}}, "general: codelet 17; .*"},
         {{.what = "cube", .lengths = {32, 32, 32}, .count = 2}, "small cube 2 x 32"},
         {{.what = "real cube", .lengths = {6, 6, 6}, .domain = real, .spectrum = complex_values}, "small cube 1 x 6"},

@@ -11,7 +11,8 @@ constexpr int inside = VRN_DFT_IN_PLACE, complex_values = VRN_DFT_COMPLEX_VALUES
 void check_both(const transform& t)
 {
     check_transform<double>(t);
-    check_transform<float>(t);
+    // What is dealt out to threads does not depend on the precision.
+    if (t.threads == 1) check_transform<float>(t);
 }
 
 std::string text(const std::vector<std::int64_t>& lengths)
@@ -86,7 +87,7 @@ TEST(Dft, RealBatchesAndStrides)
 
 TEST(Dft, ComplexRanks)
 {
-    const std::vector<std::vector<std::int64_t>> shapes = {{4, 4}, {8, 8}, {16, 16}, {32, 32}, {1, 7}, {7, 1}, {12, 10}, {64, 33}, {5, 128}, {128, 6}, {97, 3},
+    const std::vector<std::vector<std::int64_t>> shapes = {{4, 4}, {8, 8}, {16, 16}, {32, 32}, {1, 7}, {7, 1}, {12, 10}, {64, 33}, {5, 128}, {128, 6}, {97, 3}, {4, 100}, {37, 77, 2}, {6, 196}, {20, 5, 143},
         {3, 3, 3}, {8, 8, 8}, {16, 16, 16}, {9, 10, 11}, {40, 4, 3}, {2, 3, 4, 5}, {5, 2, 1, 3, 2}};
     for (const auto& n : shapes)
         for (const int placement : {inside, apart})
