@@ -13,7 +13,7 @@ namespace vrn::dft {
 namespace {
 
 template <class R>
-std::int32_t build(primitive_plan& plan, std::int32_t flag)
+std::int32_t build(primitive_plan& plan)
 {
     const std::int32_t n = plan.length;
     constexpr std::int64_t value = 2 * sizeof(R);
@@ -21,7 +21,7 @@ std::int32_t build(primitive_plan& plan, std::int32_t flag)
     if (std::has_single_bit(static_cast<std::uint32_t>(n))) {
         plan.is_pow2 = 1;
         const int order = std::countr_zero(static_cast<std::uint32_t>(n));
-        if (const auto status = make_pow2<R>(&plan.pow2, order, flag, plan.hint); status != kpr_ok) return status;
+        if (const auto status = make_pow2<R>(&plan.pow2, order, scale_none, plan.hint); status != kpr_ok) return status;
         plan.work_size = plan.pow2->work_size == 0 ? 0 : plan.pow2->work_size + 64;
         return kpr_ok;
     }
@@ -72,22 +72,7 @@ template <class R>
 std::int32_t make_complex(primitive_plan** plan_out, std::int32_t length, std::int32_t flag, std::int32_t hint,
                           plan_stamp stamp)
 {
-    if (plan_out == nullptr) return kpr_null;
-    if (length < 1) return kpr_bad_length;
-    scale_words words;
-    if (!scale_words_of(flag, length, words)) return kpr_bad_flag;
-    void* raw = kprMalloc(sizeof(primitive_plan) + 64);
-    if (raw == nullptr) return kpr_no_memory;
-    auto* plan = aligned64(static_cast<primitive_plan*>(raw));
-    std::memset(static_cast<void*>(plan), 0, sizeof *plan);
-    plan->stamp = stamp;
-    plan->length = length;
-    plan->scale_forward = words.forward, plan->scale_inverse = words.inverse, plan->scale = words.scale;
-    plan->hint = hint;
-    const auto status = build<R>(*plan, flag);
-    if (status == kpr_ok) *plan_out = static_cast<primitive_plan*>(raw);
-    else free_plan(static_cast<primitive_plan*>(raw));
-    return status;
+    return make_plan(plan_out, length, flag, hint, stamp, [](primitive_plan& plan) { return build<R>(plan); });
 }
 template std::int32_t make_complex<double>(primitive_plan**, std::int32_t, std::int32_t, std::int32_t, plan_stamp);
 template std::int32_t make_complex<float>(primitive_plan**, std::int32_t, std::int32_t, std::int32_t, plan_stamp);

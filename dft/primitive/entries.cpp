@@ -1,7 +1,6 @@
 // dft/primitive/entries.cpp - the engine's entries by name: checks, work and scale around the transforms.
 
-#include "dft/codelets/codelets.hpp"
-#include "dft/primitive/plan.hpp"
+#include "dft/primitive/real.hpp"
 
 namespace vrn::dft {
 namespace {
@@ -23,52 +22,175 @@ std::int32_t work_size(const primitive_plan* raw, std::int32_t* size, plan_stamp
     return kpr_ok;
 }
 
-template <class R, plan_stamp Stamp>
-std::int32_t compute(const R* in, R* out, const primitive_plan* raw, std::byte* work, direction d)
+// Checks, work and scale around `run(plan, work)`; `scale(by)` scales what it wrote.
+template <class Run, class Scale>
+std::int32_t compute(bool have_data, const primitive_plan* raw, std::byte* given, plan_stamp stamp, direction d, Run&& run,
+                     Scale&& scale)
 {
-    if (raw == nullptr || in == nullptr || out == nullptr) return kpr_null;
+    if (raw == nullptr || !have_data) return kpr_null;
     const primitive_plan& plan = *aligned64(raw);
-    if (plan.stamp != Stamp) return kpr_bad_stamp;
-    const bool scaled = (d == direction::forward ? plan.scale_forward : plan.scale_inverse) != 0;
-    if (plan.work_size == 0) run_complex(&plan, d, in, out, nullptr);
+    if (plan.stamp != stamp) return kpr_bad_stamp;
+    if (plan.work_size == 0) run(plan, nullptr);
     else {
-        const work_area area(work, plan.work_size);
-        if (area.failed()) return kpr_no_memory;
-        run_complex(&plan, d, in, out, area.get());
+        const work_area work(given, plan.work_size);
+        if (work.failed()) return kpr_no_memory;
+        run(plan, work.get());
     }
-    if (scaled) scale_reals(out, 2 * std::int64_t{plan.length}, static_cast<R>(plan.scale));
+    if ((d == direction::forward ? plan.scale_forward : plan.scale_inverse) != 0) scale(plan.length, plan.scale);
     return kpr_ok;
+}
+
+template <class R>
+std::int32_t compute_complex(const R* in, R* out, const primitive_plan* raw, std::byte* work, direction d)
+{
+    return compute(
+        in != nullptr && out != nullptr, raw, work, stamp_complex, d,
+        [=](const primitive_plan& plan, std::byte* w) { run_complex(&plan, d, in, out, w); },
+        [=](std::int64_t n, double by) { scale_reals(out, 2 * n, static_cast<R>(by)); });
+}
+template <class R>
+std::int32_t compute_scrambled(const R* in, R* out, const primitive_plan* raw, std::byte* work, direction d)
+{
+    return compute(
+        in != nullptr && out != nullptr, raw, work, stamp_scrambled, d,
+        [=](const primitive_plan& plan, std::byte* w) { run_scrambled(plan, d, in, out, w); },
+        [=](std::int64_t n, double by) { scale_reals(out, 2 * n, static_cast<R>(by)); });
+}
+
+// Through the complex plan: interleaved in the work area, or on the stack where lengths are direct.
+template <class R>
+std::int32_t compute_split(const R* in_re, const R* in_im, R* out_re, R* out_im, const primitive_plan* raw,
+                           std::byte* work, direction d)
+{
+    return compute(
+        in_re != nullptr && in_im != nullptr && out_re != nullptr && out_im != nullptr, raw, work, stamp_split, d,
+        [=](const primitive_plan& plan, std::byte* w) {
+            const std::int32_t n = plan.length;
+            R on_stack[2 * direct_limit] = {};
+            R* z = n <= direct_limit ? on_stack : reinterpret_cast<R*>(w);
+            for (std::int32_t i = 0; i < n; ++i) z[2 * i] = in_re[i], z[2 * i + 1] = in_im[i];
+            run_complex(&plan, d, static_cast<const R*>(z), z,
+                        n <= direct_limit ? nullptr : aligned64(w + 2 * sizeof(R) * static_cast<std::size_t>(n)));
+            for (std::int32_t i = 0; i < n; ++i) out_re[i] = z[2 * i], out_im[i] = z[2 * i + 1];
+        },
+        [=](std::int64_t n, double by) {
+            scale_reals(out_re, n, static_cast<R>(by)), scale_reals(out_im, n, static_cast<R>(by));
+        });
+}
+
+template <class R>
+std::int32_t compute_real(const R* in, R* out, const primitive_plan* raw, std::byte* work, direction d, packing form)
+{
+    return compute(
+        in != nullptr && out != nullptr, raw, work, stamp_real, d,
+        [=](const primitive_plan& plan, std::byte* w) { run_real(plan, d, form, in, out, w); },
+        [=](std::int64_t n, double by) {
+            const bool spectrum = d == direction::forward && form == packing::ccs;
+            scale_reals(out, n + (spectrum ? n % 2 == 0 ? 2 : 1 : 0), static_cast<R>(by));
+        });
 }
 
 } // namespace
 
+template <class R>
+std::int32_t make_split(primitive_plan** plan_out, std::int32_t length, std::int32_t flag, std::int32_t hint,
+                        plan_stamp stamp)
+{
+    primitive_plan* raw = nullptr;
+    if (const auto status = make_complex<R>(plan_out == nullptr ? nullptr : &raw, length, flag, hint, stamp);
+        status != kpr_ok)
+        return status;
+    primitive_plan& plan = *aligned64(raw);
+    const std::int64_t bytes = plan.work_size + 2 * static_cast<std::int64_t>(sizeof(R)) * length + 64;
+    if (length > direct_limit && bytes > INT32_MAX) {
+        free_plan(raw);
+        return kpr_bad_length;
+    }
+    if (length > direct_limit) plan.work_size = static_cast<std::int32_t>(bytes);
+    *plan_out = raw;
+    return kpr_ok;
+}
+
 extern "C" {
 
-#define KPR_INIT(name, kind, R)                                                                                        \
+#define KPR_INIT(name, kind, R)                                                                                      \
     std::int32_t name(primitive_plan** plan_out, std::int32_t length, std::int32_t flag, std::int32_t hint)          \
     {                                                                                                                \
         return make_##kind<R>(plan_out, length, flag, hint, stamp_##kind);                                           \
     }
-#define KPR_FREE(name, stamp)                                                                                          \
-    std::int32_t name(primitive_plan* plan) { return free_checked(plan, stamp); }
-#define KPR_WORK(name, stamp)                                                                                          \
-    std::int32_t name(const primitive_plan* plan, std::int32_t* size_out) { return work_size(plan, size_out, stamp); }
-#define KPR_COMPLEX(name, R, stamp, d)                                                                                 \
+#define KPR_FREE(name, kind)                                                                                         \
+    std::int32_t name(primitive_plan* plan) { return free_checked(plan, stamp_##kind); }
+#define KPR_WORK(name, kind)                                                                                         \
+    std::int32_t name(const primitive_plan* plan, std::int32_t* size_out)                                            \
+    {                                                                                                                \
+        return work_size(plan, size_out, stamp_##kind);                                                              \
+    }
+#define KPR_DATA(name, kind, R, d)                                                                                   \
     std::int32_t name(const R* in, R* out, const primitive_plan* plan, std::byte* work)                              \
     {                                                                                                                \
-        return compute<R, stamp>(in, out, plan, work, d);                                                            \
+        return compute_##kind(in, out, plan, work, direction::d);                                                    \
+    }
+#define KPR_SPLIT(name, R, d)                                                                                        \
+    std::int32_t name(const R* in_re, const R* in_im, R* out_re, R* out_im, const primitive_plan* plan,              \
+                      std::byte* work)                                                                               \
+    {                                                                                                                \
+        return compute_split(in_re, in_im, out_re, out_im, plan, work, direction::d);                                \
+    }
+#define KPR_REAL(name, R, d, form)                                                                                   \
+    std::int32_t name(const R* in, R* out, const primitive_plan* plan, std::byte* work)                              \
+    {                                                                                                                \
+        return compute_real(in, out, plan, work, direction::d, packing::form);                                       \
     }
 
 KPR_INIT(kprDftInit_Complex_d, complex, double)
+KPR_INIT(kprDftInit_Split_d, split, double)
+KPR_INIT(kprDftInit_Real_d, real, double)
+KPR_INIT(kprDftInit_Scrambled_d, scrambled, double)
+KPR_FREE(kprDftFree_Complex_d, complex)
+KPR_FREE(kprDftFree_Split_d, split)
+KPR_FREE(kprDftFree_Real_d, real)
+KPR_FREE(kprDftFree_Scrambled_d, scrambled)
+KPR_WORK(kprDftGetWorkSize_Complex_d, complex)
+KPR_WORK(kprDftGetWorkSize_Split_d, split)
+KPR_WORK(kprDftGetWorkSize_Real_d, real)
+KPR_WORK(kprDftGetWorkSize_Scrambled_d, scrambled)
+KPR_DATA(kprDftForward_Complex_d, complex, double, forward)
+KPR_DATA(kprDftInverse_Complex_d, complex, double, inverse)
+KPR_DATA(kprDftForward_Scrambled_d, scrambled, double, forward)
+KPR_DATA(kprDftInverse_Scrambled_d, scrambled, double, inverse)
+KPR_SPLIT(kprDftForward_Split_d, double, forward)
+KPR_SPLIT(kprDftInverse_Split_d, double, inverse)
+KPR_REAL(kprDftForward_PackedPerm_d, double, forward, perm)
+KPR_REAL(kprDftInverse_PackedPerm_d, double, inverse, perm)
+KPR_REAL(kprDftForward_PackedPack_d, double, forward, pack)
+KPR_REAL(kprDftInverse_PackedPack_d, double, inverse, pack)
+KPR_REAL(kprDftForward_PackedCcs_d, double, forward, ccs)
+KPR_REAL(kprDftInverse_PackedCcs_d, double, inverse, ccs)
+
 KPR_INIT(kprDftInit_Complex_s, complex, float)
-KPR_FREE(kprDftFree_Complex_d, stamp_complex)
-KPR_FREE(kprDftFree_Complex_s, stamp_complex)
-KPR_WORK(kprDftGetWorkSize_Complex_d, stamp_complex)
-KPR_WORK(kprDftGetWorkSize_Complex_s, stamp_complex)
-KPR_COMPLEX(kprDftForward_Complex_d, double, stamp_complex, direction::forward)
-KPR_COMPLEX(kprDftInverse_Complex_d, double, stamp_complex, direction::inverse)
-KPR_COMPLEX(kprDftForward_Complex_s, float, stamp_complex, direction::forward)
-KPR_COMPLEX(kprDftInverse_Complex_s, float, stamp_complex, direction::inverse)
+KPR_INIT(kprDftInit_Split_s, split, float)
+KPR_INIT(kprDftInit_Real_s, real, float)
+KPR_INIT(kprDftInit_Scrambled_s, scrambled, float)
+KPR_FREE(kprDftFree_Complex_s, complex)
+KPR_FREE(kprDftFree_Split_s, split)
+KPR_FREE(kprDftFree_Real_s, real)
+KPR_FREE(kprDftFree_Scrambled_s, scrambled)
+KPR_WORK(kprDftGetWorkSize_Complex_s, complex)
+KPR_WORK(kprDftGetWorkSize_Split_s, split)
+KPR_WORK(kprDftGetWorkSize_Real_s, real)
+KPR_WORK(kprDftGetWorkSize_Scrambled_s, scrambled)
+KPR_DATA(kprDftForward_Complex_s, complex, float, forward)
+KPR_DATA(kprDftInverse_Complex_s, complex, float, inverse)
+KPR_DATA(kprDftForward_Scrambled_s, scrambled, float, forward)
+KPR_DATA(kprDftInverse_Scrambled_s, scrambled, float, inverse)
+KPR_SPLIT(kprDftForward_Split_s, float, forward)
+KPR_SPLIT(kprDftInverse_Split_s, float, inverse)
+KPR_REAL(kprDftForward_PackedPerm_s, float, forward, perm)
+KPR_REAL(kprDftInverse_PackedPerm_s, float, inverse, perm)
+KPR_REAL(kprDftForward_PackedPack_s, float, forward, pack)
+KPR_REAL(kprDftInverse_PackedPack_s, float, inverse, pack)
+KPR_REAL(kprDftForward_PackedCcs_s, float, forward, ccs)
+KPR_REAL(kprDftInverse_PackedCcs_s, float, inverse, ccs)
 
 } // extern "C"
 

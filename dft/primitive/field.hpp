@@ -75,6 +75,21 @@ VRN_INLINE apart<float> gather(const float* const (&from)[4], std::ptrdiff_t off
     else return {re, im};
 }
 
+// As many as there are lanes, side by side.
+template <bool Exchange>
+VRN_INLINE apart<double> gather_side_by_side(const double* from)
+{
+    return gather<Exchange>({from, from + 2}, 0);
+}
+template <bool Exchange>
+VRN_INLINE apart<float> gather_side_by_side(const float* from)
+{
+    const __m128 a = _mm_loadu_ps(from), b = _mm_loadu_ps(from + 4);
+    const vec<float> re{_mm_shuffle_ps(a, b, 0x88)}, im{_mm_shuffle_ps(a, b, 0xdd)};
+    if constexpr (Exchange) return {im, re};
+    else return {re, im};
+}
+
 // `count` values of x, side by side, in their order.
 template <bool Exchange>
 VRN_INLINE void interleave(apart<double> x, double* to, int count)

@@ -35,7 +35,7 @@ struct pow2_plan {
     void* allocation;         // what kprMalloc gave for this record
     std::int32_t last_stage;
     stage_record stages[8];
-    pow2_plan *columns, *rows; // the two levels, n = 2^columns * 2^rows
+    pow2_plan* rows; // the second of two levels
 };
 
 // ---- memory ----
@@ -129,12 +129,46 @@ template <class R>
 void run_chirp(const primitive_plan& plan, direction d, const R* in, R* out, std::byte* work);
 
 // ---- complex plans, the heart of every other kind ----
+void free_plan(primitive_plan* raw);
+
+// A new plan of a kind: checks, record, scale words; `build` does the rest and what it made is freed if it fails.
+template <class Build>
+std::int32_t make_plan(primitive_plan** plan_out, std::int32_t length, std::int32_t flag, std::int32_t hint,
+                       plan_stamp stamp, Build&& build)
+{
+    if (plan_out == nullptr) return kpr_null;
+    if (length < 1) return kpr_bad_length;
+    scale_words words;
+    if (!scale_words_of(flag, length, words)) return kpr_bad_flag;
+    auto* raw = static_cast<primitive_plan*>(kprMalloc(sizeof(primitive_plan) + 64));
+    if (raw == nullptr) return kpr_no_memory;
+    primitive_plan& plan = *aligned64(raw);
+    std::memset(static_cast<void*>(&plan), 0, sizeof plan);
+    plan.stamp = stamp;
+    plan.length = length;
+    plan.scale_forward = words.forward, plan.scale_inverse = words.inverse, plan.scale = words.scale;
+    plan.hint = hint;
+    const std::int32_t status = build(plan);
+    if (status == kpr_ok) *plan_out = raw;
+    else free_plan(raw);
+    return status;
+}
+
 template <class R>
 std::int32_t make_complex(primitive_plan** plan_out, std::int32_t length, std::int32_t flag, std::int32_t hint,
                           plan_stamp stamp);
-void free_plan(primitive_plan* raw);
 // The transform without its scale; `work` is aligned and large enough.
 template <class R>
 void run_complex(const primitive_plan* plan, direction d, const R* in, R* out, std::byte* work);
+
+// ---- the other kinds ----
+template <class R>
+std::int32_t make_split(primitive_plan** plan_out, std::int32_t length, std::int32_t flag, std::int32_t hint,
+                        plan_stamp stamp);
+template <class R>
+std::int32_t make_scrambled(primitive_plan** plan_out, std::int32_t length, std::int32_t flag, std::int32_t hint,
+                            plan_stamp stamp);
+template <class R>
+void run_scrambled(const primitive_plan& plan, direction d, const R* in, R* out, std::byte* work);
 
 } // namespace vrn::dft

@@ -81,7 +81,8 @@ struct primitive_plan {
     stage_record stages[max_stages];
 };
 
-// One line that tells how a plan computes, "complex 1000 = radix 5 5 5 leaf 8" for instance; for tests and reports.
+// One line that tells how a plan computes, "complex 1000 = 5 5 5 leaf 8" for instance; for tests and reports. Stages
+// come outermost first; "(codelet)" follows where one codelet runs them all.
 // Writes at most `capacity` bytes with a terminator and returns what the whole line has.
 int describe(const primitive_plan* plan, char* line, int capacity);
 

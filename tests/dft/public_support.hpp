@@ -4,7 +4,7 @@
 // stands outside the places is NaN before the call and must be the same NaN after it.
 #pragma once
 
-#include "tests/oracle/dft.hpp"
+#include "tests/oracle/dft_ranks.hpp"
 #include "vrn/dft.h"
 
 #include <gtest/gtest.h>
@@ -95,7 +95,7 @@ class sides {
         }
     }
     // One conjugate-even line in the packed format.
-    std::vector<long double> pack(const std::vector<wide_complex>& x) const
+    std::vector<long double> pack(const std::vector<oracle::wide>& x) const
     {
         const std::size_t n = x.size();
         const bool even = n % 2 == 0, zeros = t_.format == VRN_DFT_CCS;
@@ -111,19 +111,19 @@ class sides {
 public:
     explicit sides(const transform& t) : t_(t) {}
 
-    void put(std::vector<place>& list, bool time, std::int64_t b, const std::vector<wide_complex>& x, long double scale) const
+    void put(std::vector<place>& list, bool time, std::int64_t b, const std::vector<oracle::wide>& x, long double scale) const
     {
         if (t_.real() && !time && !t_.cce()) return put_packed(list, b, x, scale);
         const bool halved = t_.cce() && !time, complex = !t_.real() || halved;
         positions(halved ? t_.lengths[0] / 2 + 1 : t_.lengths[0], [&](const auto& p, std::size_t element) {
             const std::int64_t i = at(time, b, p);
-            const wide_complex v = x[element] * scale;
+            const oracle::wide v = x[element] * scale;
             if (!complex) list.push_back({0, i, v.real()});
             else if (t_.split()) list.push_back({0, i, v.real()}), list.push_back({1, i, v.imag()});
             else list.push_back({0, 2 * i, v.real()}), list.push_back({0, 2 * i + 1, v.imag()});
         });
     }
-    void put_packed(std::vector<place>& list, std::int64_t b, const std::vector<wide_complex>& x, long double scale) const
+    void put_packed(std::vector<place>& list, std::int64_t b, const std::vector<oracle::wide>& x, long double scale) const
     {
         const auto n = static_cast<std::size_t>(t_.lengths[0]), m = t_.rank() > 1 ? static_cast<std::size_t>(t_.lengths[1]) : 1;
         for (std::size_t j = 0; j < m; ++j) {
@@ -140,7 +140,7 @@ public:
         if (t_.rank() < 2) return;
         for (const std::size_t k : {std::size_t{0}, n / 2}) {
             if (k != 0 && n % 2 != 0) continue;
-            std::vector<wide_complex> column;
+            std::vector<oracle::wide> column;
             for (std::size_t j = 0; j < m; ++j) column.push_back(x[j * n + k]);
             const auto packed = pack(column);
             const std::int64_t i = k == 0 ? 0 : t_.format == VRN_DFT_PERM ? 1 : t_.format == VRN_DFT_CCS ? t_.lengths[0] : t_.lengths[0] - 1;
@@ -214,14 +214,14 @@ void check_transform(const transform& given, std::string* plan = nullptr)
     std::vector<place> back;
     const sides s(t);
     for (std::int64_t b = 0; b < t.count; ++b) {
-        std::vector<wide_complex> x(static_cast<std::size_t>(t.total()));
+        std::vector<oracle::wide> x(static_cast<std::size_t>(t.total()));
         for (auto& v : x) {
             const R re = static_cast<R>(uniform(random)), im = static_cast<R>(t.real() ? 0 : uniform(random));
             v = {re, im};
         }
         s.put(lists[1], true, b, x, 1);
         s.put(back, true, b, x, static_cast<long double>(t.backward) * static_cast<long double>(t.total()));
-        s.put(lists[0], false, b, direct_sum(x, t.lengths, -1), 1);
+        s.put(lists[0], false, b, oracle::dft(x, t.lengths, -1), 1);
     }
     for (const bool forward : {true, false}) {
         const vrn_dft_handle h = configured(t, sizeof(R) == 8 ? VRN_DFT_DOUBLE : VRN_DFT_SINGLE, forward);
