@@ -167,8 +167,7 @@ dft_status run_batch_plans(const descriptor* node, kernel_function* kernel, cons
     std::int64_t offsets[longest_base * longest_base];
     const std::int64_t* places = r.places + (forward ? 0 : r.n);
     for (std::int64_t k = 0; k < r.n; ++k) offsets[k] = places[k] * out_stride;
-    const R scale = forward ? static_cast<R>(sizeof(R) == 8 ? node->forward_scale_used : static_cast<double>(node->forward_scale_used_single))
-                            : static_cast<R>(sizeof(R) == 8 ? node->backward_scale_used : static_cast<double>(node->backward_scale_used_single));
+    const R scale = forward ? used_scale<R, true>(node) : used_scale<R, false>(node);
     int i = 63 - __builtin_clzll(static_cast<unsigned long long>(std::min(r.preferred_width, count)));
     while (i > 0 && (i >= batch_widths || r.plans[i].width == 0)) --i;
     for (; count > 0; --i)

@@ -40,4 +40,23 @@ template <class R>
 dft_status run_batch_plans(const descriptor* node, kernel_function* kernel, const cplx<R>* in, std::int64_t in_stride, cplx<R>* out,
                            std::int64_t out_stride, std::int64_t count);
 
+// Columns that one pass transforms where they lie, whatever the node's plan: what gather, codelet and scatter would do,
+// to the bit, without the two moves. Strides in reals, columns 2 reals apart on both sides.
+template <class R>
+void short_columns(std::int64_t n, bool forward, const R* in, std::int64_t in_stride, R* out, std::int64_t out_stride,
+                   std::int64_t count, R scale)
+{
+    std::int64_t offsets[longest_base];
+    for (std::int64_t k = 0; k < n; ++k) offsets[k] = (forward || k == 0 ? k : n - k) * out_stride;
+    const std::int64_t pairs = sizeof(R) == 8 ? count : count & ~std::int64_t{1};
+    const auto& k = batch_kernels<R>();
+    k.second[n](in, in_stride, out, offsets, pairs, scale);
+    if (pairs < count) k.second_one[n](in + 2 * pairs, in_stride, out + 2 * pairs, offsets, 1, scale);
+}
+
+inline bool is_short(const descriptor* node)
+{
+    return node->length >= 2 && node->length <= longest_base && node->ordering == ordered;
+}
+
 } // namespace vrn::dft

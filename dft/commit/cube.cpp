@@ -4,6 +4,7 @@
 // Real ones have a complex spectrum: a row goes through the complex codelet of its length as it stands and keeps n/2 + 1
 // values; at these lengths that is less than finding another way.
 
+#include "dft/commit/batch_plan.hpp"
 #include "dft/commit/strategies.hpp"
 #include "dft/compute/move.hpp"
 #include "dft/compute/real.hpp"
@@ -51,9 +52,11 @@ cube_record<R>* prepare(const commit_method* method, descriptor* d, int rank, bo
 // ---- complex ----
 
 // `width` neighbouring columns of one further dimension, in place.
-template <class R>
-void columns(plain_codelet<R>* codelet, cplx<R>* data, std::int64_t n, std::int64_t stride, std::int64_t width)
+template <class R, bool Forward>
+void columns(cplx<R>* data, std::int64_t n, std::int64_t stride, std::int64_t width)
 {
+    if (n <= longest_base) return short_columns<R>(n, Forward, &data->re, 2 * stride, &data->re, 2 * stride, width, R{1});
+    auto* codelet = (Forward ? codelets<R>().forward : codelets<R>().backward)[n];
     cplx<R> block[4 * longest_edge];
     for (std::int64_t i = 0; i < width;) {
         std::int64_t w = 4;
@@ -66,12 +69,12 @@ void columns(plain_codelet<R>* codelet, cplx<R>* data, std::int64_t n, std::int6
 }
 
 // Further dimensions of one transform with rows of `width` values.
-template <class R>
-void further(plain_codelet<R>* codelet, cplx<R>* y, const std::int64_t* stride, int rank, std::int64_t n, std::int64_t width)
+template <class R, bool Forward>
+void further(cplx<R>* y, const std::int64_t* stride, int rank, std::int64_t n, std::int64_t width)
 {
-    for (std::int64_t k = 0; k < (rank == 3 ? n : 1); ++k) columns(codelet, y + k * (rank == 3 ? stride[2] : 0), n, stride[1], width);
+    for (std::int64_t k = 0; k < (rank == 3 ? n : 1); ++k) columns<R, Forward>(y + k * (rank == 3 ? stride[2] : 0), n, stride[1], width);
     if (rank == 3)
-        for (std::int64_t j = 0; j < n; ++j) columns(codelet, y + j * stride[1], n, stride[2], width);
+        for (std::int64_t j = 0; j < n; ++j) columns<R, Forward>(y + j * stride[1], n, stride[2], width);
 }
 
 template <class R, bool Forward, bool InPlace>
@@ -90,7 +93,7 @@ dft_status compute_cube(descriptor* d, void* in, void* out)
             for (std::int64_t k = 0; k < planes; ++k)
                 for (std::int64_t j = 0; j < n; ++j)
                     codelet(&from[j * r.in[1] + k * r.in[2]].re, &to[j * r.out[1] + k * r.out[2]].re);
-            further(codelet, to, r.out, r.rank, n, n);
+            further<R, Forward>(to, r.out, r.rank, n, n);
         }
     });
     return ok;
@@ -148,7 +151,7 @@ dft_status forward_real(descriptor* d, void* in, void* out)
             for (std::int64_t k = 0; k < planes; ++k)
                 for (std::int64_t j = 0; j < n; ++j)
                     row_forward(codelet, from + j * r.in[1] + k * r.in[2], to + j * r.out[1] + k * r.out[2], n);
-            further(codelet, to, r.out, r.rank, n, n / 2 + 1);
+            further<R, true>(to, r.out, r.rank, n, n / 2 + 1);
         }
     });
     return ok;
@@ -182,7 +185,7 @@ dft_status backward_real(descriptor* d, void* in, void* out)
                 from = to;
                 stride = packed;
             }
-            further(codelet, from, stride, r.rank, n, half);
+            further<R, false>(from, stride, r.rank, n, half);
             R* to = y + t * r.out_distance;
             for (std::int64_t k = 0; k < planes; ++k)
                 for (std::int64_t j = 0; j < n; ++j)

@@ -61,7 +61,14 @@ dft_status transform_columns(const column_kernel& k, const side<const In>& in, c
     if (columns < 1 || in.count < 1) return ok;
     if constexpr (std::is_same_v<In, Out> && simd::element<In>::parts == 2) {
         using R = simd::real_of<In>;
-        if (in.distance == 2 && out.distance == 2 && has_batch_plans(k.node) &&
+        const bool neighbours = in.distance == 2 && out.distance == 2;
+        if (neighbours && is_short(k.node)) {
+            const bool forward = k.run == k.node->forward_kernel;
+            const R scale = forward ? used_scale<R, true>(k.node) : used_scale<R, false>(k.node);
+            short_columns<R>(k.node->length, forward, &in.data->re, in.stride, &out.data->re, out.stride, columns, scale);
+            return ok;
+        }
+        if (neighbours && has_batch_plans(k.node) &&
             run_batch_plans<R>(k.node, k.run, in.data, in.stride, out.data, out.stride, columns) == ok)
             return ok;
     }
