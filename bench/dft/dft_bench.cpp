@@ -1,5 +1,6 @@
-// bench/dft/dft_bench.cpp - transforms through the public interface beside FFTW 3 held to SSE2 and planned with MEASURE,
-// out of place, one thread, then ours over two threads beside one. Work is 5 N log2 N flop, half of it for real data.
+// bench/dft/dft_bench.cpp - transforms through the public interface beside FFTW 3 held to SSE2 and planned with
+// MEASURE, out of place, one thread, then ours over two threads beside one. Work is 5 N log2 N flop, half of it for
+// real data.
 
 #include "bench/support/contest.hpp"
 
@@ -69,7 +70,8 @@ vrn_dft_handle plan_ours(const problem& p, int threads)
     vrn_dft_handle h = nullptr;
     const int rank = static_cast<int>(p.lengths.size());
     const sizes s(p);
-    vrn_dft_create(&h, sizeof(R) == 8 ? VRN_DFT_DOUBLE : VRN_DFT_SINGLE, p.real ? VRN_DFT_REAL : VRN_DFT_COMPLEX, rank, p.lengths.data());
+    vrn_dft_create(&h, sizeof(R) == 8 ? VRN_DFT_DOUBLE : VRN_DFT_SINGLE, p.real ? VRN_DFT_REAL : VRN_DFT_COMPLEX,
+                   rank, p.lengths.data());
     std::vector<std::int64_t> in{0}, out{0};
     std::int64_t a = p.interleaved ? p.count : 1, b = a;
     for (std::size_t d = 0; d < p.lengths.size(); ++d) {
@@ -92,22 +94,27 @@ template <class R>
 void row(benchmark::State& state, const problem& p, int against_threads)
 {
     const sizes s(p);
-    const auto in_reals = static_cast<std::size_t>(s.in * p.count * (p.real ? 1 : 2)), out_reals = static_cast<std::size_t>(s.out * p.count * 2);
+    const auto in_reals = static_cast<std::size_t>(s.in * p.count * (p.real ? 1 : 2)),
+               out_reals = static_cast<std::size_t>(s.out * p.count * 2);
     R *x = aligned<R>(in_reals), *y = aligned<R>(out_reals);
     using P = peer<R>;
     using C = typename P::complex;
     std::vector<int> n;
     for (std::size_t d = p.lengths.size(); d-- > 0;) n.push_back(static_cast<int>(p.lengths[d]));
-    const int rank = static_cast<int>(n.size()), count = static_cast<int>(p.count), stride = p.interleaved ? count : 1;
+    const int rank = static_cast<int>(n.size()), count = static_cast<int>(p.count),
+              stride = p.interleaved ? count : 1;
     const int din = p.interleaved ? 1 : static_cast<int>(s.in), dout = p.interleaved ? 1 : static_cast<int>(s.out);
     typename P::plan other = nullptr;
     if (against_threads == 0) {
         auto* out = reinterpret_cast<C*>(y);
-        other = p.real ? P::plan_real(rank, n.data(), count, x, nullptr, stride, din, out, nullptr, stride, dout, FFTW_MEASURE)
-                       : P::plan_complex(rank, n.data(), count, reinterpret_cast<C*>(x), nullptr, stride, din, out, nullptr, stride, dout, FFTW_FORWARD, FFTW_MEASURE);
+        other = p.real ? P::plan_real(rank, n.data(), count, x, nullptr, stride, din, out, nullptr, stride, dout,
+                                      FFTW_MEASURE)
+                       : P::plan_complex(rank, n.data(), count, reinterpret_cast<C*>(x), nullptr, stride, din, out,
+                                         nullptr, stride, dout, FFTW_FORWARD, FFTW_MEASURE);
     }
     for (std::size_t i = 0; i < in_reals; ++i) x[i] = static_cast<R>(i % 17) - 8;
-    vrn_dft_handle ours = plan_ours<R>(p, against_threads == 0 ? 1 : against_threads), single = against_threads == 0 ? nullptr : plan_ours<R>(p, 1);
+    vrn_dft_handle ours = plan_ours<R>(p, against_threads == 0 ? 1 : against_threads),
+                   single = against_threads == 0 ? nullptr : plan_ours<R>(p, 1);
     contest race;
     const double total = static_cast<double>(s.in) * static_cast<double>(p.count);
     race.work = (p.real ? 2.5 : 5) * total * std::log2(static_cast<double>(s.in));
@@ -168,9 +175,15 @@ const problem problems[] = {
 int main(int argc, char** argv)
 {
     for (const problem& p : problems) {
-        benchmark::RegisterBenchmark(("double/" + p.name).c_str(), [&p](benchmark::State& s) { row<double>(s, p, 0); })->Iterations(1);
-        benchmark::RegisterBenchmark(("single/" + p.name).c_str(), [&p](benchmark::State& s) { row<float>(s, p, 0); })->Iterations(1);
-        benchmark::RegisterBenchmark(("threads2/" + p.name).c_str(), [&p](benchmark::State& s) { row<double>(s, p, 2); })->Iterations(1);
+        benchmark::RegisterBenchmark(("double/" + p.name).c_str(), [&p](benchmark::State& s) {
+            row<double>(s, p, 0);
+        })->Iterations(1);
+        benchmark::RegisterBenchmark(("single/" + p.name).c_str(), [&p](benchmark::State& s) {
+            row<float>(s, p, 0);
+        })->Iterations(1);
+        benchmark::RegisterBenchmark(("threads2/" + p.name).c_str(), [&p](benchmark::State& s) {
+            row<double>(s, p, 2);
+        })->Iterations(1);
     }
     return main_with_head(argc, argv);
 }

@@ -22,7 +22,8 @@ std::int64_t log2_of(std::int64_t n) { return 63 - std::countl_zero(static_cast<
 dft_status add_node(descriptor* last, const triple& t)
 {
     descriptor* node = nullptr;
-    if (const dft_status s = backend(vrn_slot_vrn_dft_s42_dfti_create_node)(&node, last->precision, domain_complex, 1, &t.length);
+    if (const dft_status s =
+            backend(vrn_slot_vrn_dft_s42_dfti_create_node)(&node, last->precision, domain_complex, 1, &t.length);
         s != ok)
         return s;
     node->length = t.length;
@@ -98,7 +99,10 @@ dft_status commit_nodes(descriptor* d, vrn::loader::slot<core_commit_function>& 
 } // namespace vrn::dft
 
 #define COMMIT(name, R, core)                                                                                        \
-    extern "C" vrn::dft::dft_status name(vrn::dft::descriptor* d) { return vrn::dft::commit_nodes<R>(d, vrn_slot_##core); }
+    extern "C" vrn::dft::dft_status name(vrn::dft::descriptor* d)                                                    \
+    {                                                                                                                \
+        return vrn::dft::commit_nodes<R>(d, vrn_slot_##core);                                                        \
+    }
 COMMIT(vrn_dft_commit_node_d_c2c_1d_omp, double, vrn_dft_s42_commit_descriptor_core_d_c2c_1d)
 COMMIT(vrn_dft_commit_node_d_c2c_md_omp, double, vrn_dft_s42_commit_descriptor_core_d_c2c_md)
 COMMIT(vrn_dft_commit_node_d_r2c_1d_omp, double, vrn_dft_s42_commit_descriptor_core_d_r2c_1d)

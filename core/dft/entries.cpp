@@ -1,7 +1,7 @@
 // core/dft/entries.cpp - the public transforms: checks, then the descriptor's own functions.
 //
-// A descriptor is known by its stamp. The setters go through the class table, and undo the commit where that does not;
-// the two spellings that other families import stand on the same functions.
+// A descriptor is known by its stamp. The setters go through the class table, and undo the commit where that does
+// not; the two spellings that other families import stand on the same functions.
 
 #include "vrn/dft.h"
 
@@ -43,7 +43,10 @@ constexpr text_of_status texts[] = {
 };
 
 // Inner statuses that only move a commit on are no reader's business.
-std::int32_t public_status(dft_status s) { return s == declined || s == no_match || s == no_factors ? bad_configuration : s; }
+std::int32_t public_status(dft_status s)
+{
+    return s == declined || s == no_match || s == no_factors ? bad_configuration : s;
+}
 
 bool usable(const descriptor* d) { return d != nullptr && d->magic == descriptor_magic; }
 
@@ -70,11 +73,13 @@ void fill_services(dft_thread_services* services)
     static_cast<void>(filled);
 }
 
-std::int32_t create(descriptor** out, std::int32_t precision, std::int32_t domain, std::int32_t rank, const std::int64_t* lengths)
+std::int32_t create(descriptor** out, std::int32_t precision, std::int32_t domain, std::int32_t rank,
+                    const std::int64_t* lengths)
 {
     if (out == nullptr) return bad_configuration;
     *out = nullptr;
-    if ((precision != precision_single && precision != precision_double) || (domain != domain_complex && domain != domain_real))
+    if ((precision != precision_single && precision != precision_double) ||
+        (domain != domain_complex && domain != domain_real))
         return bad_value;
     if (rank < 1) return bad_length;
     if (lengths == nullptr) return bad_value;
@@ -109,7 +114,7 @@ std::int32_t release(descriptor** handle)
 // A field, what it may hold and whether a program may set it.
 struct parameter {
     std::int32_t key;
-    std::int32_t descriptor::* field;
+    std::int32_t descriptor::*field;
     bool settable;
     std::int32_t values[4]; // ended by 0; none: any value
 };
@@ -146,19 +151,26 @@ std::int32_t set_int(descriptor* d, std::int32_t key, std::int64_t value)
         if (value < 1) return bad_value;
         d->decommit(d);
         return table.set_number_of_transforms(d, value);
-    case VRN_DFT_INPUT_DISTANCE: d->decommit(d); return table.set_input_distance(d, value);
-    case VRN_DFT_OUTPUT_DISTANCE: d->decommit(d); return table.set_output_distance(d, value);
+    case VRN_DFT_INPUT_DISTANCE:
+        d->decommit(d);
+        return table.set_input_distance(d, value);
+    case VRN_DFT_OUTPUT_DISTANCE:
+        d->decommit(d);
+        return table.set_output_distance(d, value);
     case VRN_DFT_THREADS:
         if (value < 0 || value > vrn::threads::most) return bad_value;
         d->decommit(d);
         return table.set_thread_limit(d, static_cast<std::int32_t>(value));
-    default: break;
+    default:
+        break;
     }
     const parameter* p = find(key);
     if (p == nullptr || !p->settable) return bad_configuration;
     const auto number = static_cast<std::int32_t>(value);
     const bool listed = p->values[0] == 0 || std::ranges::find(p->values, number) != std::end(p->values);
-    if (number != value || !listed || (p->values[0] != 0 && number == 0) || (key == VRN_DFT_USER_THREADS && number < 1)) return bad_value;
+    if (number != value || !listed || (p->values[0] != 0 && number == 0) ||
+        (key == VRN_DFT_USER_THREADS && number < 1))
+        return bad_value;
     d->decommit(d);
     d->*p->field = number;
     return ok;
@@ -171,16 +183,22 @@ std::int32_t get_int(const descriptor* d, std::int32_t key, std::int64_t* value)
     const descriptor_class_table& table = *d->class_table;
     std::int32_t threads = 0;
     switch (key) {
-    case VRN_DFT_TRANSFORMS: return table.get_number_of_transforms(d, value);
-    case VRN_DFT_INPUT_DISTANCE: return table.get_input_distance(d, value);
-    case VRN_DFT_OUTPUT_DISTANCE: return table.get_output_distance(d, value);
+    case VRN_DFT_TRANSFORMS:
+        return table.get_number_of_transforms(d, value);
+    case VRN_DFT_INPUT_DISTANCE:
+        return table.get_input_distance(d, value);
+    case VRN_DFT_OUTPUT_DISTANCE:
+        return table.get_output_distance(d, value);
     case VRN_DFT_THREADS:
         table.get_thread_limit(d, &threads);
         *value = threads;
         return ok;
     // A copy has no status of its own before its first commit.
-    case VRN_DFT_COMMIT_STATUS: *value = d->status == committed ? committed : uncommitted; return ok;
-    default: break;
+    case VRN_DFT_COMMIT_STATUS:
+        *value = d->status == committed ? committed : uncommitted;
+        return ok;
+    default:
+        break;
     }
     const parameter* p = find(key);
     if (p == nullptr) return bad_configuration;
@@ -206,9 +224,12 @@ std::int32_t commit(descriptor* d)
     return public_status(s);
 }
 
-bool is_split(const descriptor* d) { return d->forward_domain == domain_complex && d->complex_storage == storage_split; }
+bool is_split(const descriptor* d)
+{
+    return d->forward_domain == domain_complex && d->complex_storage == storage_split;
+}
 
-std::int32_t compute(descriptor* d, compute_function* descriptor::* direction, void* in, void* out)
+std::int32_t compute(descriptor* d, compute_function* descriptor::*direction, void* in, void* out)
 {
     if (!usable(d)) return bad_configuration;
     if (d->status != committed || d->*direction == nullptr) return not_committed;
@@ -218,7 +239,8 @@ std::int32_t compute(descriptor* d, compute_function* descriptor::* direction, v
     return public_status((d->*direction)(d, in, apart ? out : nullptr));
 }
 
-std::int32_t compute_split(descriptor* d, compute_function* descriptor::* direction, void* in_re, void* in_im, void* out_re, void* out_im)
+std::int32_t compute_split(descriptor* d, compute_function* descriptor::*direction, void* in_re, void* in_im,
+                           void* out_re, void* out_im)
 {
     if (!usable(d)) return bad_configuration;
     if (d->status != committed || d->*direction == nullptr) return not_committed;
@@ -229,7 +251,7 @@ std::int32_t compute_split(descriptor* d, compute_function* descriptor::* direct
     return public_status((d->*direction)(d, parts, nullptr));
 }
 
-std::int32_t compute_listed(descriptor* d, compute_function* descriptor::* direction, void* first, std::va_list& rest)
+std::int32_t compute_listed(descriptor* d, compute_function* descriptor::*direction, void* first, std::va_list& rest)
 {
     if (!usable(d)) return bad_configuration;
     const bool apart = d->placement == not_in_place;
@@ -254,10 +276,12 @@ using namespace vrn::dft;
 
 extern "C" {
 
-int32_t vrn_dft_create(vrn_dft_handle* handle, int32_t precision, int32_t domain, int32_t rank, const int64_t* lengths)
+int32_t vrn_dft_create(vrn_dft_handle* handle, int32_t precision, int32_t domain, int32_t rank,
+                       const int64_t* lengths)
 {
     descriptor* d = nullptr;
-    const std::int32_t s = handle == nullptr ? static_cast<std::int32_t>(bad_configuration) : create(&d, precision, domain, rank, lengths);
+    const std::int32_t s = handle == nullptr ? static_cast<std::int32_t>(bad_configuration)
+                                             : create(&d, precision, domain, rank, lengths);
     if (handle != nullptr) *handle = static_cast<vrn_dft_handle>(d);
     return s;
 }
@@ -282,7 +306,8 @@ int32_t vrn_dft_set_int(vrn_dft_handle handle, int32_t key, int64_t value) { ret
 int32_t vrn_dft_get_int(vrn_dft_handle handle, int32_t key, int64_t* value) { return get_int(handle, key, value); }
 int32_t vrn_dft_set_double(vrn_dft_handle handle, int32_t key, double value)
 {
-    return usable(handle) ? handle->class_table->set_scale(handle, key, value) : static_cast<std::int32_t>(bad_configuration);
+    return usable(handle) ? handle->class_table->set_scale(handle, key, value)
+                          : static_cast<std::int32_t>(bad_configuration);
 }
 int32_t vrn_dft_get_double(vrn_dft_handle handle, int32_t key, double* value)
 {
@@ -300,7 +325,9 @@ int32_t vrn_dft_get_ints(vrn_dft_handle handle, int32_t key, int64_t* values, in
     if (!lengths && key != VRN_DFT_INPUT_STRIDES && key != VRN_DFT_OUTPUT_STRIDES) return bad_configuration;
     if (values == nullptr || count < handle->rank + (lengths ? 0 : 1)) return bad_value;
     const descriptor_class_table& table = *handle->class_table;
-    return (lengths ? table.get_lengths : key == VRN_DFT_INPUT_STRIDES ? table.get_input_strides : table.get_output_strides)(handle, values);
+    return (lengths                        ? table.get_lengths
+            : key == VRN_DFT_INPUT_STRIDES ? table.get_input_strides
+                                           : table.get_output_strides)(handle, values);
 }
 int32_t vrn_dft_set_name(vrn_dft_handle handle, const char* name, int32_t length)
 {
@@ -346,12 +373,13 @@ int32_t vrn_dft_describe(vrn_dft_handle handle, char* line, int32_t capacity)
 // ---- imports of other families ----
 
 #define CREATE(suffix, precision)                                                                                    \
-    std::int32_t vrn_dft_dfticreatedescriptor_##suffix##_1d(descriptor** handle, std::int32_t domain, std::int64_t length) \
+    std::int32_t vrn_dft_dfticreatedescriptor_##suffix##_1d(descriptor** handle, std::int32_t domain,                \
+                                                            std::int64_t length)                                     \
     {                                                                                                                \
         return create(handle, precision, domain, 1, &length);                                                        \
     }                                                                                                                \
-    std::int32_t vrn_dft_dfticreatedescriptor_##suffix##_md(descriptor** handle, std::int32_t domain, std::int32_t rank, \
-                                                            const std::int64_t* lengths)                             \
+    std::int32_t vrn_dft_dfticreatedescriptor_##suffix##_md(descriptor** handle, std::int32_t domain,                \
+                                                            std::int32_t rank, const std::int64_t* lengths)          \
     {                                                                                                                \
         return create(handle, precision, domain, rank, lengths);                                                     \
     }
@@ -364,7 +392,8 @@ std::int32_t vrn_dft_dftisetvalue(descriptor* handle, std::int32_t key, ...)
     std::va_list value;
     va_start(value, key);
     std::int32_t s = ok;
-    if (key == VRN_DFT_FORWARD_SCALE || key == VRN_DFT_BACKWARD_SCALE) s = handle->class_table->set_scale(handle, key, va_arg(value, double));
+    if (key == VRN_DFT_FORWARD_SCALE || key == VRN_DFT_BACKWARD_SCALE)
+        s = handle->class_table->set_scale(handle, key, va_arg(value, double));
     else if (key == VRN_DFT_INPUT_STRIDES || key == VRN_DFT_OUTPUT_STRIDES)
         s = set_ints(handle, key, va_arg(value, const std::int64_t*), handle->rank + 1);
     else if (key == VRN_DFT_TRANSFORMS || key == VRN_DFT_INPUT_DISTANCE || key == VRN_DFT_OUTPUT_DISTANCE)
@@ -391,7 +420,10 @@ std::int32_t vrn_dft_dfticomputebackward(descriptor* handle, void* in, ...)
     return s;
 }
 std::int32_t vrn_dft_dftifreedescriptor(descriptor** handle) { return release(handle); }
-std::int32_t vrn_dft_dftierrorclass(std::int32_t status, std::int32_t status_class) { return vrn_dft_is_class(status, status_class); }
+std::int32_t vrn_dft_dftierrorclass(std::int32_t status, std::int32_t status_class)
+{
+    return vrn_dft_is_class(status, status_class);
+}
 
 #define CREATE_BY_REFERENCE(name, R, wanted)                                                                         \
     std::int32_t name(descriptor** handle, const R* precision, const std::int32_t* domain,                           \
@@ -410,7 +442,10 @@ std::int32_t vrn_dft_dfti_set_value_intval(descriptor** handle, const std::int32
 std::int32_t vrn_dft_dfti_commit_descriptor_external(descriptor** handle) { return commit(*handle); }
 
 #define COMPUTE_BY_REFERENCE(name, R, direction)                                                                     \
-    std::int32_t name(descriptor** handle, R* data) { return compute(*handle, &descriptor::direction, data, nullptr); }
+    std::int32_t name(descriptor** handle, R* data)                                                                  \
+    {                                                                                                                \
+        return compute(*handle, &descriptor::direction, data, nullptr);                                              \
+    }
 COMPUTE_BY_REFERENCE(vrn_dft_dfti_compute_forward_d, double, compute_forward)
 COMPUTE_BY_REFERENCE(vrn_dft_dfti_compute_forward_s, float, compute_forward)
 COMPUTE_BY_REFERENCE(vrn_dft_dfti_compute_backward_d, double, compute_backward)
@@ -425,7 +460,10 @@ std::int32_t vrn_dft_dfti_error_message_external(char* text, std::int32_t capaci
 }
 
 // The engine's memory: plans and their work, on cache lines.
-void* vrn_dft_kprMalloc(std::int64_t size) { return size < 1 ? nullptr : vrn_serv_malloc(static_cast<std::uint64_t>(size), 64); }
+void* vrn_dft_kprMalloc(std::int64_t size)
+{
+    return size < 1 ? nullptr : vrn_serv_malloc(static_cast<std::uint64_t>(size), 64);
+}
 void vrn_dft_kprFree(void* block) { vrn_serv_free(block); }
 
 } // extern "C"

@@ -20,7 +20,7 @@ namespace {
 using vrn::loader::backend;
 
 // Below this many bytes waking a thread costs more than it computes.
-constexpr double threads_from_bytes = 1 << 15;
+constexpr double threads_from_bytes = 1 << 17;
 
 // One thread's share of [0, count), cut at multiples of 8: columns that share a line stay together.
 struct part {
@@ -42,8 +42,9 @@ class team_run {
     std::uint64_t each_;
     int threads_;
 
-public:
-    explicit team_run(const descriptor* d) : d_(d), each_((d->work_size + 4095) / 4096 * 4096), threads_(std::max(d->thread_count, 1))
+  public:
+    explicit team_run(const descriptor* d)
+        : d_(d), each_((d->work_size + 4095) / 4096 * 4096), threads_(std::max(d->thread_count, 1))
     {
         double bytes = static_cast<double>(d->total_elements) * static_cast<double>(d->number_of_transforms) * 16;
         if (bytes < threads_from_bytes) threads_ = 1;
@@ -62,7 +63,9 @@ public:
     {
         if (status_ != ok) return status_;
         vrn::threads::run(threads_, [&](int thread, int team) {
-            steps(thread, team, work_ == nullptr ? nullptr : static_cast<void*>(work_ + each_ * static_cast<std::uint64_t>(thread)));
+            steps(thread, team,
+                  work_ == nullptr ? nullptr
+                                   : static_cast<void*>(work_ + each_ * static_cast<std::uint64_t>(thread)));
         });
         return status_;
     }
@@ -100,7 +103,8 @@ T* moved(T* p, std::int64_t bytes)
 // ---- batches: each thread runs the driver on its share ----
 
 template <class Driver>
-dft_status batch(const descriptor* d, std::int64_t in_distance, std::int64_t out_distance, const parallel_call& call, Driver&& driver)
+dft_status batch(const descriptor* d, std::int64_t in_distance, std::int64_t out_distance, const parallel_call& call,
+                 Driver&& driver)
 {
     team_run team(d);
     // Interleaved transforms are taken in blocks of 8; others as they come.
@@ -132,9 +136,10 @@ dft_status complex_dimensions(const parallel_call& call, bool forward)
         team.step([&]() -> dft_status {
             if (a.rank == 2) {
                 const part p(a.length[1], thread, size, 1);
-                return backend(names<R>::rows)(d, kernel_of(d), moved(call.in, p.begin * a.stride[1] * std::int64_t{sizeof(R)}),
-                                               moved(out, p.begin * b.stride[1] * std::int64_t{sizeof(R)}), a.stride[1] / 2,
-                                               b.stride[1] / 2, p.count(), work);
+                return backend(names<R>::rows)(d, kernel_of(d),
+                                               moved(call.in, p.begin * a.stride[1] * std::int64_t{sizeof(R)}),
+                                               moved(out, p.begin * b.stride[1] * std::int64_t{sizeof(R)}),
+                                               a.stride[1] / 2, b.stride[1] / 2, p.count(), work);
             }
             const part p(a.positions(2, -1), thread, size, 1);
             return inplace ? backend(names<R>::planes)(d, out, p.begin, p.count(), forward, work)
@@ -151,7 +156,9 @@ dft_status complex_dimensions(const parallel_call& call, bool forward)
                 for (std::int64_t left = p.count(); left > 0; walk.next(), first = 0) {
                     const std::int64_t last = std::min(units.columns, first + left * units.block);
                     auto* data = moved(out, (walk.offset_a + first * b.stride[0]) * std::int64_t{sizeof(R)});
-                    if (const dft_status s = columns(strides, b.node[dim], kernel_of(b.node[dim]), data, d, last - first, work); s != ok)
+                    if (const dft_status s =
+                            columns(strides, b.node[dim], kernel_of(b.node[dim]), data, d, last - first, work);
+                        s != ok)
                         return s;
                     left -= (last - first + units.block - 1) / units.block;
                 }
@@ -177,13 +184,16 @@ dft_status packed_plane(const parallel_call& call, bool forward)
         const part rows(m, thread, size, 1), own(columns, thread, size, 4);
         auto on_rows = [&](kernel_function* kernel, std::int64_t in_count, std::int64_t out_count) {
             return backend(N::packed_rows)(d, kernel, moved(call.in, rows.begin * in1 * std::int64_t{sizeof(R)}),
-                                           moved(call.out, rows.begin * out1 * std::int64_t{sizeof(R)}), in1, in_count, out1,
-                                           out_count, rows.count(), work);
+                                           moved(call.out, rows.begin * out1 * std::int64_t{sizeof(R)}), in1,
+                                           in_count, out1, out_count, rows.count(), work);
         };
         if (forward) team.step([&] { return on_rows(d->real_forward_direct, n, values); });
-        else team.step([&] { return backend(N::packed_columns_back)(d, call.in, call.out, own.begin, own.end, work); });
+        else
+            team.step(
+                [&] { return backend(N::packed_columns_back)(d, call.in, call.out, own.begin, own.end, work); });
         vrn::threads::barrier();
-        if (forward) team.step([&] { return backend(N::packed_columns)(d, call.in, call.out, own.begin, own.end, work); });
+        if (forward)
+            team.step([&] { return backend(N::packed_columns)(d, call.in, call.out, own.begin, own.end, work); });
         else if (inplace) team.step([&] { return on_rows(d->real_backward_direct, values, n); });
         else team.step([&] { return backend(N::packed_rows_back)(d, call.out, rows.begin, rows.count(), work); });
     });
@@ -286,8 +296,8 @@ dft_status cce_call(const parallel_call& call, bool forward)
 
 } // namespace
 
-// Columns, then rows, of the matrix that the line is. The matrix stands apart from the data: threads cannot turn it in
-// place together.
+// Columns, then rows, of the matrix that the line is. The matrix stands apart from the data: threads cannot turn it
+// in place together.
 template <class R, bool Forward>
 dft_status line_on_threads(descriptor* d, const void* in, void* out)
 {
@@ -298,10 +308,12 @@ dft_status line_on_threads(descriptor* d, const void* in, void* out)
     std::atomic<dft_status> status{ok};
     vrn::threads::run(d->thread_count, [&](int thread, int size) {
         const part c(cols, thread, size), r(rows, thread, size);
-        if (const dft_status s = backend(names<R>::columns_phase)(d, in, matrix, c.begin, c.end, Forward); s != ok) status = s;
+        if (const dft_status s = backend(names<R>::columns_phase)(d, in, matrix, c.begin, c.end, Forward); s != ok)
+            status = s;
         vrn::threads::barrier();
         if (status != ok) return;
-        if (const dft_status s = backend(names<R>::rows_phase)(d, matrix, out, r.begin, r.end, Forward); s != ok) status = s;
+        if (const dft_status s = backend(names<R>::rows_phase)(d, matrix, out, r.begin, r.end, Forward); s != ok)
+            status = s;
     });
     vrn_serv_deallocate(matrix);
     return status;
@@ -314,7 +326,10 @@ template dft_status line_on_threads<float, false>(descriptor*, const void*, void
 } // namespace vrn::dft
 
 #define PARALLEL(name, R, kind, forward)                                                                             \
-    extern "C" vrn::dft::dft_status name(const vrn::dft::parallel_call* call) { return vrn::dft::kind<R>(*call, forward); }
+    extern "C" vrn::dft::dft_status name(const vrn::dft::parallel_call* call)                                        \
+    {                                                                                                                \
+        return vrn::dft::kind<R>(*call, forward);                                                                    \
+    }
 PARALLEL(vrn_dft_compute_forward_z_par, double, complex_call, true)
 PARALLEL(vrn_dft_compute_forward_z_out_par, double, complex_call, true)
 PARALLEL(vrn_dft_compute_backward_z_par, double, complex_call, false)

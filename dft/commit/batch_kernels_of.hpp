@@ -1,4 +1,5 @@
-// dft/commit/batch_kernels_of.hpp - the batch kernels of one type (VRN_REAL) and their tables; compiled once for each.
+// dft/commit/batch_kernels_of.hpp - the batch kernels of one type (VRN_REAL) and their tables; compiled once for
+// each.
 
 #include "dft/codelets/butterfly.hpp"
 #include "dft/commit/batch_kernels.hpp"
@@ -32,19 +33,22 @@ VRN_INLINE void store_columns(vec<R> v, R* p)
 }
 
 template <int N, bool One>
-[[gnu::noinline]] void first(const R* in, std::int64_t step, R* work, std::int64_t out_step, std::int64_t width, const R* twiddles)
+[[gnu::noinline]] void first(const R* in, std::int64_t step, R* work, std::int64_t out_step, std::int64_t width,
+                             const R* twiddles)
 {
     constexpr std::int64_t lanes = batch_lanes<R>;
     for (std::int64_t c = 0; c < 2 * width; c += lanes)
         transform<N, C>([&](auto j) VRN_HERE { return C{load_columns<One>(in + j * step + c)}; },
                         [&](auto k, C x) VRN_HERE {
                             const R* w = twiddles + 2 * lanes * k;
-                            store_columns<One>(times(x, vec<R>::load(w), vec<R>::load(w + lanes)).v, work + k * out_step + c);
+                            store_columns<One>(times(x, vec<R>::load(w), vec<R>::load(w + lanes)).v,
+                                               work + k * out_step + c);
                         });
 }
 
 template <int N, bool One>
-[[gnu::noinline]] void second(const R* in, std::int64_t step, R* out, const std::int64_t* offsets, std::int64_t width, R scale)
+[[gnu::noinline]] void second(const R* in, std::int64_t step, R* out, const std::int64_t* offsets, std::int64_t width,
+                              R scale)
 {
     constexpr std::int64_t lanes = batch_lanes<R>;
     const vec<R> by = vec<R>::all(scale);
@@ -67,6 +71,7 @@ constexpr batch_tables<R> table_of(std::integer_sequence<int, I...>)
 #define VRN_PASTE(a, b)  a##b
 #define VRN_SUFFIX(a, b) VRN_PASTE(a, b)
 
-const batch_tables<R> VRN_SUFFIX(batch_tables_, VRN_LETTER) = table_of(std::make_integer_sequence<int, longest_base - 1>{});
+const batch_tables<R> VRN_SUFFIX(batch_tables_,
+                                 VRN_LETTER) = table_of(std::make_integer_sequence<int, longest_base - 1>{});
 
 } // namespace vrn::dft

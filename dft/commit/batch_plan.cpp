@@ -55,8 +55,8 @@ dft_status forget(const commit_method* method, descriptor* node)
 int tell(const descriptor* node, char* line, int capacity)
 {
     const auto& r = *static_cast<const batch_plan_record*>(node->method_state);
-    return append(line, capacity, "batches %d = %d x %d, width %d", static_cast<int>(r.n), static_cast<int>(r.n1), static_cast<int>(r.n2),
-                  static_cast<int>(r.preferred_width));
+    return append(line, capacity, "batches %d = %d x %d, width %d", static_cast<int>(r.n), static_cast<int>(r.n1),
+                  static_cast<int>(r.n2), static_cast<int>(r.preferred_width));
 }
 
 std::int64_t low_bit(std::int64_t s) { return s & -s; }
@@ -66,7 +66,8 @@ bool fill_tables(batch_plan_record& r)
 {
     const std::int64_t n = r.n, n1 = r.n1, n2 = r.n2;
     constexpr std::int64_t lanes = batch_lanes<R>;
-    r.places = static_cast<std::int64_t*>(vrn_serv_malloc(static_cast<std::uint64_t>(2 * n) * sizeof(std::int64_t), 64));
+    r.places =
+        static_cast<std::int64_t*>(vrn_serv_malloc(static_cast<std::uint64_t>(2 * n) * sizeof(std::int64_t), 64));
     r.twiddles = vrn_serv_malloc(static_cast<std::uint64_t>(2 * lanes * n) * sizeof(R), 64);
     if (r.places == nullptr || r.twiddles == nullptr) return false;
     for (std::int64_t k1 = 0; k1 < (n2 == 1 ? 1 : n1); ++k1)
@@ -87,14 +88,15 @@ bool fill_tables(batch_plan_record& r)
     return true;
 }
 
-// Which nodes the plans are for: not those that a codelet serves better, nor too long for a few columns to stay in the
-// first-level cache.
+// Which nodes the plans are for: not those that a codelet serves better, nor too long for a few columns to stay in
+// the first-level cache.
 template <class R>
 bool wanted(const descriptor* node, const descriptor* head)
 {
     const std::int64_t n = node->length;
-    const bool neighbours = node == head ? head->input_distance == 1
-                                         : head->input_stride == 1 && (head->placement == in_place || head->output_stride == 1);
+    const bool neighbours =
+        node == head ? head->input_distance == 1
+                     : head->input_stride == 1 && (head->placement == in_place || head->output_stride == 1);
     if (node->ordering != ordered || node->complex_storage != storage_complex || !neighbours || n < 2) return false;
     if constexpr (std::is_same_v<R, double>) return n > longest_codelet && 2048 / n >= 8;
     // 196 measures slower than gathering does; with threads only lengths whose shares come out odd gain.
@@ -103,8 +105,8 @@ bool wanted(const descriptor* node, const descriptor* head)
 
 // One pass or two over `width` columns.
 template <class R>
-void run_plan(const batch_plan_record& r, std::int64_t width, const R* in, std::int64_t in_stride, R* out, const std::int64_t* offsets,
-              R* work, R scale)
+void run_plan(const batch_plan_record& r, std::int64_t width, const R* in, std::int64_t in_stride, R* out,
+              const std::int64_t* offsets, R* work, R scale)
 {
     const auto& k = batch_kernels<R>();
     auto* second = (width == 1 ? k.second_one : k.second)[r.n2 == 1 ? r.n1 : r.n2];
@@ -112,7 +114,8 @@ void run_plan(const batch_plan_record& r, std::int64_t width, const R* in, std::
     auto* first = (width == 1 ? k.first_one : k.first)[r.n1];
     const auto* w = static_cast<const R*>(r.twiddles);
     for (std::int64_t j = 0; j < r.n2; ++j)
-        first(in + j * in_stride, r.n2 * in_stride, work + j * 2 * width, r.n2 * 2 * width, width, w + j * r.n1 * 2 * batch_lanes<R>);
+        first(in + j * in_stride, r.n2 * in_stride, work + j * 2 * width, r.n2 * 2 * width, width,
+              w + j * r.n1 * 2 * batch_lanes<R>);
     for (std::int64_t k1 = 0; k1 < r.n1; ++k1)
         second(work + k1 * r.n2 * 2 * width, 2 * width, out, offsets + k1 * r.n2, width, scale);
 }
@@ -134,7 +137,8 @@ dft_status init_batch_plans(descriptor* node, const descriptor* head)
     auto* r = new_record<batch_plan_record>(vrn_serv_cpu_detect() == 4 ? 4096 : 256);
     if (r == nullptr) return no_memory;
     r->n = n, r->n1 = f.n1, r->n2 = f.n2;
-    if constexpr (std::is_same_v<R, double>) r->preferred_width = std::max<std::int64_t>({2048 / n, 4, low_bit(s) == 16 ? 16 : 0});
+    if constexpr (std::is_same_v<R, double>)
+        r->preferred_width = std::max<std::int64_t>({2048 / n, 4, low_bit(s) == 16 ? 16 : 0});
     else r->preferred_width = std::max<std::int64_t>(4096 / n, 8);
     for (int i = 0; i < batch_widths && (std::int64_t{1} << i) <= s; ++i) {
         const std::int64_t width = std::int64_t{1} << i;
@@ -146,7 +150,8 @@ dft_status init_batch_plans(descriptor* node, const descriptor* head)
     const descriptor* last = node;
     while (last->child != nullptr) last = last->child;
     const std::int64_t t = last->length * (inplace ? last->input_stride : last->output_stride);
-    const bool too_big = head->work_rank > 2 && static_cast<std::uint64_t>(head->thread_count) * r->largest_work > 16 * static_cast<std::uint64_t>(t);
+    const bool too_big = head->work_rank > 2 && static_cast<std::uint64_t>(head->thread_count) * r->largest_work >
+                                                    16 * static_cast<std::uint64_t>(t);
     if (too_big || !fill_tables<R>(*r)) {
         release(r);
         return too_big ? internal_failure : no_memory;
@@ -157,8 +162,8 @@ dft_status init_batch_plans(descriptor* node, const descriptor* head)
 }
 
 template <class R>
-dft_status run_batch_plans(const descriptor* node, kernel_function* kernel, const cplx<R>* in, std::int64_t in_stride, cplx<R>* out,
-                           std::int64_t out_stride, std::int64_t count)
+dft_status run_batch_plans(const descriptor* node, kernel_function* kernel, const cplx<R>* in, std::int64_t in_stride,
+                           cplx<R>* out, std::int64_t out_stride, std::int64_t count)
 {
     const auto& r = *static_cast<const batch_plan_record*>(node->method_state);
     const bool forward = kernel == node->forward_kernel;
@@ -171,15 +176,16 @@ dft_status run_batch_plans(const descriptor* node, kernel_function* kernel, cons
     int i = 63 - __builtin_clzll(static_cast<unsigned long long>(std::min(r.preferred_width, count)));
     while (i > 0 && (i >= batch_widths || r.plans[i].width == 0)) --i;
     for (; count > 0; --i)
-        for (const std::int64_t width = std::int64_t{1} << i; count >= width; count -= width, in += width, out += width)
+        for (const std::int64_t width = std::int64_t{1} << i; count >= width;
+             count -= width, in += width, out += width)
             run_plan<R>(r, width, &in->re, in_stride, &out->re, offsets, work.as<R>(), scale);
     return ok;
 }
 
 #define VRN_BATCH(R)                                                                                                 \
     template dft_status init_batch_plans<R>(descriptor*, const descriptor*);                                         \
-    template dft_status run_batch_plans<R>(const descriptor*, kernel_function*, const cplx<R>*, std::int64_t, cplx<R>*, std::int64_t, \
-                                           std::int64_t);
+    template dft_status run_batch_plans<R>(const descriptor*, kernel_function*, const cplx<R>*, std::int64_t,        \
+                                           cplx<R>*, std::int64_t, std::int64_t);
 VRN_BATCH(double)
 VRN_BATCH(float)
 #undef VRN_BATCH

@@ -3,8 +3,8 @@
 // Takes every configuration that no other strategy wanted. Threads first, then a plan for each node in the order
 // below, then the compute entries. The host's commit_node functions call it by the names at the end.
 
-#include "dft/commit/batch_plan.hpp"
 #include "dft/commit/core.hpp"
+#include "dft/commit/batch_plan.hpp"
 #include "dft/commit/via_2d.hpp"
 #include "dft/commit/walk.hpp"
 #include "dft/compute/front.hpp"
@@ -98,8 +98,9 @@ dft_status make_complex_plan(descriptor* node)
     using E = engine<R>;
     if (node->complex_storage == storage_split && node->forward_domain == domain_complex)
         return make_plan<R>(node, node->*E::split_plan, E::create_split, E::size_split);
-    return node->ordering == ordered ? make_plan<R>(node, node->*E::complex_plan, E::create_complex, E::size_complex)
-                                     : make_plan<R>(node, node->*E::scrambled_plan, E::create_scrambled, E::size_scrambled);
+    return node->ordering == ordered
+               ? make_plan<R>(node, node->*E::complex_plan, E::create_complex, E::size_complex)
+               : make_plan<R>(node, node->*E::scrambled_plan, E::create_scrambled, E::size_scrambled);
 }
 
 template <class R>
@@ -124,8 +125,8 @@ dft_status plan_complex_node(descriptor* node, descriptor* head)
         node->uses_primitive_plan = 1;
         return make_complex_plan<R>(node);
     }
-    if (complex && in_order && node->complex_storage == storage_complex && head->work_rank == 1 && head->input_stride == 1 &&
-        head->output_stride == 1 && node->log2_length >= 16 &&
+    if (complex && in_order && node->complex_storage == storage_complex && head->work_rank == 1 &&
+        head->input_stride == 1 && head->output_stride == 1 && node->log2_length >= 16 &&
         (over_limit<R>(n) || node->workspace_policy == workspace_prefer_2d) && init_via_2d<R>(node, head) == ok) {
         node->forward_kernel = via_2d_kernel<R, true>;
         node->backward_kernel = via_2d_kernel<R, false>;
@@ -134,11 +135,12 @@ dft_status plan_complex_node(descriptor* node, descriptor* head)
     }
     take_wrappers<R>(node);
     if (is_pow2(n)) return make_complex_plan<R>(node);
-    // Scattered neighbours: further dimensions, and batches whose transforms lie interleaved. The plan below stays for
-    // what comes one at a time.
+    // Scattered neighbours: further dimensions, and batches whose transforms lie interleaved. The plan below stays
+    // for what comes one at a time.
     const bool batched_head = head->work_rank == 1 && head->placement == in_place && head->number_of_transforms > 1;
     if (node->active_method == nullptr && (node != head || batched_head))
-        if (const dft_status s = init_batch_plans<R>(node, head); s != ok && s != internal_failure && s != declined) return s;
+        if (const dft_status s = init_batch_plans<R>(node, head); s != ok && s != internal_failure && s != declined)
+            return s;
     if (n <= longest_codelet && n >= 2 && in_order) {
         node->forward_kernel = codelet_kernel<R, true>;
         node->backward_kernel = codelet_kernel<R, false>;
@@ -196,8 +198,8 @@ dft_status complex_plane_apart(const void* in, void* out, const std::int64_t* in
                                const std::int64_t* out_first, const std::int64_t* out_second, kernel_function* first,
                                kernel_function* second, const descriptor* d, void* work)
 {
-    return plane_apart<R>(static_cast<const cplx<R>*>(in), static_cast<cplx<R>*>(out), *in_first, *in_second, *out_first,
-                          *out_second, first, second, d, work);
+    return plane_apart<R>(static_cast<const cplx<R>*>(in), static_cast<cplx<R>*>(out), *in_first, *in_second,
+                          *out_first, *out_second, first, second, d, work);
 }
 
 template <class R>

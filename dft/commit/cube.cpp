@@ -1,8 +1,8 @@
-// dft/commit/cube.cpp - small squares and cubes: equal lengths of at most 8, or of 16 or less or exactly 32 where they
-// are not worth a thread each. Codelets along every dimension, without plans, allocations or a walk.
+// dft/commit/cube.cpp - small squares and cubes: equal lengths of at most 8, or of 16 or less or exactly 32 where
+// they are not worth a thread each. Codelets along every dimension, without plans, allocations or a walk.
 //
-// Real ones have a complex spectrum: a row goes through the complex codelet of its length as it stands and keeps n/2 + 1
-// values; at these lengths that is less than finding another way.
+// Real ones have a complex spectrum: a row goes through the complex codelet of its length as it stands and keeps n/2
+// + 1 values; at these lengths that is less than finding another way.
 
 #include "dft/commit/batch_plan.hpp"
 #include "dft/commit/strategies.hpp"
@@ -55,7 +55,8 @@ cube_record<R>* prepare(const commit_method* method, descriptor* d, int rank, bo
 template <class R, bool Forward>
 void columns(cplx<R>* data, std::int64_t n, std::int64_t stride, std::int64_t width)
 {
-    if (n <= longest_base) return short_columns<R>(n, Forward, &data->re, 2 * stride, &data->re, 2 * stride, width, R{1});
+    if (n <= longest_base && lie_well<R>(n, 2 * stride))
+        return short_columns<R>(n, Forward, &data->re, 2 * stride, &data->re, 2 * stride, width, R{1});
     auto* codelet = (Forward ? codelets<R>().forward : codelets<R>().backward)[n];
     cplx<R> block[4 * longest_edge];
     for (std::int64_t i = 0; i < width;) {
@@ -72,7 +73,8 @@ void columns(cplx<R>* data, std::int64_t n, std::int64_t stride, std::int64_t wi
 template <class R, bool Forward>
 void further(cplx<R>* y, const std::int64_t* stride, int rank, std::int64_t n, std::int64_t width)
 {
-    for (std::int64_t k = 0; k < (rank == 3 ? n : 1); ++k) columns<R, Forward>(y + k * (rank == 3 ? stride[2] : 0), n, stride[1], width);
+    for (std::int64_t k = 0; k < (rank == 3 ? n : 1); ++k)
+        columns<R, Forward>(y + k * (rank == 3 ? stride[2] : 0), n, stride[1], width);
     if (rank == 3)
         for (std::int64_t j = 0; j < n; ++j) columns<R, Forward>(y + j * stride[1], n, stride[2], width);
 }
@@ -103,8 +105,9 @@ template <class R, int Rank>
 dft_status commit_cube(const commit_method* method, descriptor* d)
 {
     const bool inplace = d->placement == in_place;
-    if (d->forward_domain != domain_complex || d->precision != engine<R>::precision || d->complex_storage != storage_complex ||
-        !unit_scales(d) || d->work_rank != Rank || d->input_stride != 1 || (!inplace && d->output_stride != 1) || !small_edges(d, Rank))
+    if (d->forward_domain != domain_complex || d->precision != engine<R>::precision ||
+        d->complex_storage != storage_complex || !unit_scales(d) || d->work_rank != Rank || d->input_stride != 1 ||
+        (!inplace && d->output_stride != 1) || !small_edges(d, Rank))
         return declined;
     if (prepare<R>(method, d, Rank, inplace) == nullptr) return no_memory;
     return inplace ? take(d, compute_cube<R, true, true>, compute_cube<R, false, true>)
@@ -199,23 +202,27 @@ template <class R, int Rank>
 dft_status commit_real_cube(const commit_method* method, descriptor* d)
 {
     const bool inplace = d->placement == in_place;
-    if (d->forward_domain != domain_real || d->precision != engine<R>::precision || d->conjugate_even_storage != storage_complex ||
-        !unit_scales(d) || d->work_rank != Rank || d->input_stride != 1 || d->output_stride != 1 || !small_edges(d, Rank))
+    if (d->forward_domain != domain_real || d->precision != engine<R>::precision ||
+        d->conjugate_even_storage != storage_complex || !unit_scales(d) || d->work_rank != Rank ||
+        d->input_stride != 1 || d->output_stride != 1 || !small_edges(d, Rank))
         return declined;
     if (prepare<R>(method, d, Rank, false) == nullptr) return no_memory;
-    return inplace ? take(d, forward_real<R, true>, backward_real<R, true>) : take(d, forward_real<R, false>, backward_real<R, false>);
+    return inplace ? take(d, forward_real<R, true>, backward_real<R, true>)
+                   : take(d, forward_real<R, false>, backward_real<R, false>);
 }
 
 template <class R>
 int tell_cube(const descriptor* d, char* line, int capacity)
 {
     const auto& r = *static_cast<const cube_record<R>*>(d->method_state);
-    return append(line, capacity, "small %s %d x %d", r.rank == 2 ? "square" : "cube", static_cast<int>(r.count), static_cast<int>(r.edge));
+    return append(line, capacity, "small %s %d x %d", r.rank == 2 ? "square" : "cube", static_cast<int>(r.count),
+                  static_cast<int>(r.edge));
 }
 
 } // namespace
 
-#define VRN_CUBE(name, R, commit) constinit const commit_method name = {commit, release_record<cube_record<R>>, tell_cube<R>};
+#define VRN_CUBE(name, R, commit)                                                                                    \
+    constinit const commit_method name = {commit, release_record<cube_record<R>>, tell_cube<R>};
 VRN_CUBE(small_square_d, double, (commit_cube<double, 2>))
 VRN_CUBE(small_square_s, float, (commit_cube<float, 2>))
 VRN_CUBE(small_cube_d, double, (commit_cube<double, 3>))

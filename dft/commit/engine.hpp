@@ -26,8 +26,9 @@ struct engine;
                               create_real = kprDftInit_Real_##S, create_scrambled = kprDftInit_Scrambled_##S;        \
         static constexpr auto free_complex = kprDftFree_Complex_##S, free_split = kprDftFree_Split_##S;              \
         static constexpr auto free_real = kprDftFree_Real_##S;                                                       \
-        static constexpr auto size_complex = kprDftGetWorkSize_Complex_##S, size_split = kprDftGetWorkSize_Split_##S, \
-                              size_real = kprDftGetWorkSize_Real_##S, size_scrambled = kprDftGetWorkSize_Scrambled_##S; \
+        static constexpr auto size_complex = kprDftGetWorkSize_Complex_##S,                                          \
+                              size_split = kprDftGetWorkSize_Split_##S, size_real = kprDftGetWorkSize_Real_##S,      \
+                              size_scrambled = kprDftGetWorkSize_Scrambled_##S;                                      \
         template <bool Forward>                                                                                      \
         static constexpr auto complex = Forward ? kprDftForward_Complex_##S : kprDftInverse_Complex_##S;             \
         template <bool Forward>                                                                                      \
@@ -56,9 +57,11 @@ using packed_entry = std::int32_t(const R* in, R* out, const primitive_plan* pla
 
 // Longest lengths of a node's plan: powers of 2, and all others.
 template <class R>
-inline constexpr std::int64_t longest_pow2 = std::is_same_v<R, double> ? std::int64_t{1} << 26 : std::int64_t{1} << 27;
+inline constexpr std::int64_t longest_pow2 =
+    std::is_same_v<R, double> ? std::int64_t{1} << 26 : std::int64_t{1} << 27;
 template <class R>
-inline constexpr std::int64_t longest_other = std::is_same_v<R, double> ? std::int64_t{1} << 24 : std::int64_t{1} << 25;
+inline constexpr std::int64_t longest_other =
+    std::is_same_v<R, double> ? std::int64_t{1} << 24 : std::int64_t{1} << 25;
 
 inline bool is_pow2(std::int64_t n) { return (n & (n - 1)) == 0; }
 
@@ -104,7 +107,10 @@ T* new_record(std::int32_t alignment = 64)
 struct buffer {
     void* block;
     explicit buffer(std::uint64_t bytes) : buffer(bytes, buffer_alignment()) {}
-    buffer(std::uint64_t bytes, std::int32_t alignment) : block(bytes == 0 ? nullptr : vrn_serv_allocate(bytes, alignment)) {}
+    buffer(std::uint64_t bytes, std::int32_t alignment)
+        : block(bytes == 0 ? nullptr : vrn_serv_allocate(bytes, alignment))
+    {
+    }
     buffer(const buffer&) = delete;
     buffer& operator=(const buffer&) = delete;
     ~buffer() { vrn_serv_deallocate(block); }
@@ -133,8 +139,7 @@ void on_threads(const descriptor* d, std::int64_t threads, Work&& work)
 // One thread's share of `count` things.
 struct share {
     std::int64_t begin, end;
-    share(std::int64_t count, int thread, int team)
-        : begin(count * thread / team), end(count * (thread + 1) / team)
+    share(std::int64_t count, int thread, int team) : begin(count * thread / team), end(count * (thread + 1) / team)
     {
     }
 };

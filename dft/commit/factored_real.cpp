@@ -1,11 +1,12 @@
 // dft/commit/factored_real.cpp - one long real line as m1 real transforms of m2 and m2/2 + 1 complex ones of m1.
 //
 //     n = m1 * m2, x[j2 * m1 + j1], X[k2 + m2 * k1]
-//     S[k2][j1] = w_n^(j1 k2) * sum over j2 of x[j2 * m1 + j1] w_m2^(j2 k2)       k2 <= m2 / 2: the others are conjugate
-//     X[k2 + m2 * k1] = sum over j1 of S[k2][j1] w_m1^(j1 k1)                     those beyond n / 2 likewise
+//     S[k2][j1] = w_n^(j1 k2) * sum over j2 of x[j2 * m1 + j1] w_m2^(j2 k2)       k2 <= m2 / 2: the others are
+//     conjugate X[k2 + m2 * k1] = sum over j1 of S[k2][j1] w_m1^(j1 k1)                     those beyond n / 2
+//     likewise
 //
-// For threads, and for lengths that no single plan takes. Allocates S and each thread's work in a compute. After Bailey
-// (1990).
+// For threads, and for lengths that no single plan takes. Allocates S and each thread's work in a compute. After
+// Bailey (1990).
 
 #include "dft/codelets/roots.hpp"
 #include "dft/commit/strategies.hpp"
@@ -24,7 +25,7 @@ inline constexpr std::int64_t at_once = 8;
 template <class R>
 struct factored_record {
     std::int64_t length, m1, m2;
-    cplx<R>* twiddles; // w_n^(j1 k2), rows of m1
+    cplx<R>* twiddles;       // w_n^(j1 k2), rows of m1
     primitive_plan* rows;    // real, m2
     primitive_plan* columns; // complex, m1
     std::int32_t work;
@@ -62,7 +63,8 @@ dft_status fill(factored_record<R>& r, const descriptor* d)
     const factors f = split(d->length / 2);
     r.length = d->length, r.m1 = f.m1, r.m2 = f.m2;
     if (r.m1 < 2 || over_limit<R>(r.m2) || over_limit<R>(r.m1)) return declined;
-    r.twiddles = static_cast<cplx<R>*>(vrn_serv_malloc(static_cast<std::uint64_t>(r.m1 * r.half()) * sizeof(cplx<R>), 256));
+    r.twiddles =
+        static_cast<cplx<R>*>(vrn_serv_malloc(static_cast<std::uint64_t>(r.m1 * r.half()) * sizeof(cplx<R>), 256));
     if (r.twiddles == nullptr) return no_memory;
     on_threads(d, std::min<std::int64_t>(r.m1 + r.m2, d->thread_count), [&](int thread, int team) {
         const share s(r.half(), thread, team);
@@ -74,7 +76,8 @@ dft_status fill(factored_record<R>& r, const descriptor* d)
     });
     std::int32_t rows = 0, columns = 0;
     auto status = engine<R>::create_real(&r.rows, static_cast<std::int32_t>(r.m2), scale_none, 0);
-    if (status == kpr_ok) status = engine<R>::create_complex(&r.columns, static_cast<std::int32_t>(r.m1), scale_none, 0);
+    if (status == kpr_ok)
+        status = engine<R>::create_complex(&r.columns, static_cast<std::int32_t>(r.m1), scale_none, 0);
     if (status == kpr_ok) status = engine<R>::size_real(r.rows, &rows);
     if (status == kpr_ok) status = engine<R>::size_complex(r.columns, &columns);
     r.work = std::max(rows, columns);
@@ -109,8 +112,8 @@ cplx<R> load_value(const R* in, std::int32_t layout, std::int64_t n, std::int64_
 
 // Columns of x to S, or back; `work` has a block of 8 columns of m2 + 2 reals ahead of the plans' own.
 template <class R, bool Forward>
-dft_status real_pass(const factored_record<R>& r, const R* in, R* out, cplx<R>* s, std::int64_t first, std::int64_t last, std::byte* work,
-                     R scale)
+dft_status real_pass(const factored_record<R>& r, const R* in, R* out, cplx<R>* s, std::int64_t first,
+                     std::int64_t last, std::byte* work, R scale)
 {
     const std::int64_t step = r.m2 + 2;
     R* block = reinterpret_cast<R*>(work);
@@ -138,8 +141,8 @@ dft_status real_pass(const factored_record<R>& r, const R* in, R* out, cplx<R>* 
 }
 
 template <class R, bool Forward>
-dft_status complex_pass(const factored_record<R>& r, const R* in, R* out, cplx<R>* s, std::int32_t layout, std::int64_t first, std::int64_t last,
-                        std::byte* work, R scale)
+dft_status complex_pass(const factored_record<R>& r, const R* in, R* out, cplx<R>* s, std::int32_t layout,
+                        std::int64_t first, std::int64_t last, std::byte* work, R scale)
 {
     for (std::int64_t k2 = first; k2 < last; ++k2) {
         cplx<R>* row = s + k2 * r.m1;
@@ -166,7 +169,8 @@ dft_status compute_factored(descriptor* d, void* in, void* out)
     const auto& r = *static_cast<const factored_record<R>*>(d->method_state);
     const bool cce = d->conjugate_even_storage == storage_complex;
     const R* x = static_cast<const R*>(in) + d->input_offset * (cce && !Forward ? 2 : 1);
-    R* y = static_cast<R*>(InPlace ? in : out) + (InPlace && !cce ? d->input_offset : d->output_offset * (cce && Forward ? 2 : 1));
+    R* y = static_cast<R*>(InPlace ? in : out) +
+           (InPlace && !cce ? d->input_offset : d->output_offset * (cce && Forward ? 2 : 1));
     const std::int32_t layout = layout_of(d);
     const R scale = used_scale<R, Forward>(d);
     const std::int64_t threads = std::max<std::int64_t>(1, d->thread_count);
@@ -182,13 +186,15 @@ dft_status compute_factored(descriptor* d, void* in, void* out)
             // Blocks, not columns, are dealt out: 8 neighbours share their lines.
             const share b((r.m1 + at_once - 1) / at_once, thread, team);
             if (!status.failed())
-                status(real_pass<R, Forward>(r, x, y, s, b.begin * at_once, std::min(r.m1, b.end * at_once), work(thread), scale));
+                status(real_pass<R, Forward>(r, x, y, s, b.begin * at_once, std::min(r.m1, b.end * at_once),
+                                             work(thread), scale));
         });
     };
     auto complexes = [&] {
         on_threads(d, threads, [&](int thread, int team) {
             const share b(r.half(), thread, team);
-            if (!status.failed()) status(complex_pass<R, Forward>(r, x, y, s, layout, b.begin, b.end, work(thread), scale));
+            if (!status.failed())
+                status(complex_pass<R, Forward>(r, x, y, s, layout, b.begin, b.end, work(thread), scale));
         });
     };
     if (Forward) reals(), complexes();
@@ -199,10 +205,13 @@ dft_status compute_factored(descriptor* d, void* in, void* out)
 template <class R>
 dft_status commit_factored(const commit_method* method, descriptor* d)
 {
-    const bool format = d->packed_format == format_ccs || d->packed_format == format_perm || d->packed_format == format_cce;
-    if (d->forward_domain != domain_real || d->precision != engine<R>::precision || !format || d->number_of_transforms != 1 ||
-        d->work_rank != 1 || d->input_stride != 1 || d->output_stride != 1 || d->length % 2 != 0 || d->length < shortest ||
-        (d->packed_format == format_cce && d->conjugate_even_storage != storage_complex) || (d->thread_count < 2 && !over_limit<R>(d->length)))
+    const bool format =
+        d->packed_format == format_ccs || d->packed_format == format_perm || d->packed_format == format_cce;
+    if (d->forward_domain != domain_real || d->precision != engine<R>::precision || !format ||
+        d->number_of_transforms != 1 || d->work_rank != 1 || d->input_stride != 1 || d->output_stride != 1 ||
+        d->length % 2 != 0 || d->length < shortest ||
+        (d->packed_format == format_cce && d->conjugate_even_storage != storage_complex) ||
+        (d->thread_count < 2 && !over_limit<R>(d->length)))
         return declined;
     auto* record = own_record<factored_record<R>>(method, d);
     if (record == nullptr) return no_memory;
@@ -216,12 +225,15 @@ template <class R>
 int tell_factored(const descriptor* d, char* line, int capacity)
 {
     const auto& r = *static_cast<const factored_record<R>*>(d->method_state);
-    return append(line, capacity, "factored real %d x %d, %d threads", static_cast<int>(r.m1), static_cast<int>(r.m2), d->thread_count);
+    return append(line, capacity, "factored real %d x %d, %d threads", static_cast<int>(r.m1), static_cast<int>(r.m2),
+                  d->thread_count);
 }
 
 } // namespace
 
-constinit const commit_method factored_real_d = {commit_factored<double>, release_record<factored_record<double>>, tell_factored<double>};
-constinit const commit_method factored_real_s = {commit_factored<float>, release_record<factored_record<float>>, tell_factored<float>};
+constinit const commit_method factored_real_d = {commit_factored<double>, release_record<factored_record<double>>,
+                                                 tell_factored<double>};
+constinit const commit_method factored_real_s = {commit_factored<float>, release_record<factored_record<float>>,
+                                                 tell_factored<float>};
 
 } // namespace vrn::dft

@@ -44,7 +44,8 @@ void tell_node(const descriptor* node, char* line, int capacity)
 int tell_general(const descriptor* d, char* line, int capacity)
 {
     append(line, capacity, "general");
-    if (d->number_of_transforms > 1) append(line, capacity, ", %d transforms", static_cast<int>(d->number_of_transforms));
+    if (d->number_of_transforms > 1)
+        append(line, capacity, ", %d transforms", static_cast<int>(d->number_of_transforms));
     if (d->thread_count > 1) append(line, capacity, ", %d threads", d->thread_count);
     for (const descriptor* node = d; node != nullptr; node = node->child) {
         append(line, capacity, node == d ? ": " : "; ");
@@ -69,9 +70,9 @@ constinit const commit_method general_drmd = general<vrn_dft_commit_node_d_r2c_m
 constinit const commit_method general_srmd = general<vrn_dft_commit_node_s_r2c_md_omp>;
 
 #define COMPLEX_1D(list, T, general)                                                                                 \
-    const commit_method* list[] = {                                                                                  \
-        &split_many_ranks, &split_batch,         &split_primitive_##T, &direct_to_128_##T, &direct_to_64_##T,        \
-        &small_primitive_##T, &general,          &chirp_z_##T,         nullptr};
+    const commit_method* list[] = {&split_many_ranks,  &split_batch,      &split_primitive_##T,                      \
+                                   &direct_to_128_##T, &direct_to_64_##T, &small_primitive_##T,                      \
+                                   &general,           &chirp_z_##T,      nullptr};
 COMPLEX_1D(list_dc1d, d, general_dc1d)
 COMPLEX_1D(list_sc1d, s, general_sc1d)
 
@@ -81,8 +82,8 @@ COMPLEX_1D(list_sc1d, s, general_sc1d)
 COMPLEX_MD(list_dcmd, d, general_dcmd)
 COMPLEX_MD(list_scmd, s, general_scmd)
 
-// The chirp takes no real transform; it ends these lists of the general method's too long ones with its refusal.
-#define REAL_1D(list, T, general) const commit_method* list[] = {&factored_real_##T, &general, &chirp_z_##T, nullptr};
+#define REAL_1D(list, T, general)                                                                                    \
+    const commit_method* list[] = {&factored_real_##T, &general, &real_chirp_z_##T, nullptr};
 REAL_1D(list_dr1d, d, general_dr1d)
 REAL_1D(list_sr1d, s, general_sr1d)
 

@@ -13,9 +13,9 @@ namespace vrn::dft {
 namespace {
 
 struct slab_record {
-    descriptor* first;    // a row, or the rows of a plane
-    descriptor* second;   // the columns of a plane
-    descriptor* third;    // the third dimension of neighbouring columns
+    descriptor* first;  // a row, or the rows of a plane
+    descriptor* second; // the columns of a plane
+    descriptor* third;  // the third dimension of neighbouring columns
     std::int64_t n[3];
     std::int64_t in[3], out[3]; // strides
     void release()
@@ -92,9 +92,9 @@ template <class R>
 dft_status commit_slab(const commit_method* method, descriptor* d)
 {
     const bool inplace = d->placement == in_place;
-    if (d->forward_domain != domain_complex || d->precision != engine<R>::precision || d->complex_storage != storage_complex ||
-        d->ordering != ordered || !unit_scales(d) || d->work_rank != 3 || d->number_of_transforms != 1 || d->input_stride != 1 ||
-        d->output_stride != 1)
+    if (d->forward_domain != domain_complex || d->precision != engine<R>::precision ||
+        d->complex_storage != storage_complex || d->ordering != ordered || !unit_scales(d) || d->work_rank != 3 ||
+        d->number_of_transforms != 1 || d->input_stride != 1 || d->output_stride != 1)
         return declined;
     bool long_enough = true, short_ones = true;
     for (int i = 0; i < 3; ++i) {
@@ -102,7 +102,8 @@ dft_status commit_slab(const commit_method* method, descriptor* d)
         short_ones = short_ones && d->dims.at[i].length <= 16;
     }
     if (!long_enough || (short_ones && d->thread_count == 1)) return declined;
-    if (d->dims.at[1].input_stride >= d->dims.at[2].input_stride || d->dims.at[1].output_stride >= d->dims.at[2].output_stride)
+    if (d->dims.at[1].input_stride >= d->dims.at[2].input_stride ||
+        d->dims.at[1].output_stride >= d->dims.at[2].output_stride)
         return declined;
     // Every commit makes its inner descriptors anew: they are cheap beside the planes.
     d->decommit(d);
@@ -167,24 +168,27 @@ dft_status compute_real_slab(descriptor* d, void* data, void*)
 template <class R, int Rank>
 dft_status commit_real_slab(const commit_method* method, descriptor* d)
 {
-    if (d->forward_domain != domain_real || d->precision != engine<R>::precision || d->conjugate_even_storage != storage_complex ||
-        d->placement != in_place || !unit_scales(d) || d->work_rank != Rank || d->number_of_transforms != 1 ||
-        d->input_stride != 1 || d->output_stride != 1)
+    if (d->forward_domain != domain_real || d->precision != engine<R>::precision ||
+        d->conjugate_even_storage != storage_complex || d->placement != in_place || !unit_scales(d) ||
+        d->work_rank != Rank || d->number_of_transforms != 1 || d->input_stride != 1 || d->output_stride != 1)
         return declined;
     const triple* t = d->dims.at;
     const std::int64_t n0 = t[0].length, half = n0 / 2 + 1;
-    if (n0 % 2 != 0 || (Rank == 2 ? n0 < 16 || t[1].length <= 16 : n0 <= 8 || t[1].length <= 8 || t[2].length <= 8)) return declined;
+    if (n0 % 2 != 0 || (Rank == 2 ? n0 < 16 || t[1].length <= 16 : n0 <= 8 || t[1].length <= 8 || t[2].length <= 8))
+        return declined;
     d->decommit(d);
     auto* r = own_record<slab_record>(method, d);
     if (r == nullptr) return no_memory;
-    // The rule of two has been checked: the spectrum's strides are the smaller ones, whichever side they are given on.
+    // The rule of two has been checked: the spectrum's strides are the smaller ones, whichever side they are given
+    // on.
     lay_out(*r, d, false);
     for (int i = 1; i < Rank; ++i) r->out[i] = std::min(r->in[i], r->out[i]);
     if (r->out[1] < half || (Rank == 3 && r->out[2] <= r->out[1])) return give_up(d, declined);
     const std::int64_t s1 = r->out[1], s2 = r->out[Rank - 1], tail = half % 8;
     dft_status s = make(&r->first, d, {n0, 1, 1, 0, 1, 0}, true, true);
     if (s == ok) s = make(&r->second, d, {r->n[1], Rank == 3 ? half : 8, s1, 1, s1, 1}, false, true);
-    if (s == ok && (Rank == 3 || tail > 0)) s = make(&r->third, d, {r->n[Rank - 1], Rank == 3 ? half : tail, s2, 1, s2, 1}, false, true);
+    if (s == ok && (Rank == 3 || tail > 0))
+        s = make(&r->third, d, {r->n[Rank - 1], Rank == 3 ? half : tail, s2, 1, s2, 1}, false, true);
     if (s != ok) return give_up(d, s);
     return take(d, compute_real_slab<R, true>, compute_real_slab<R, false>);
 }

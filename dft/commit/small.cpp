@@ -39,7 +39,8 @@ struct entry_pair {
 template <class R, int Table, bool InPlace, int... Row>
 constexpr entry_pair entry_of(std::int64_t index, std::integer_sequence<int, Row...>)
 {
-    constexpr entry_pair all[] = {{table_entry<R, Table, Row, true, InPlace>, table_entry<R, Table, Row, false, InPlace>}...};
+    constexpr entry_pair all[] = {
+        {table_entry<R, Table, Row, true, InPlace>, table_entry<R, Table, Row, false, InPlace>}...};
     return all[index];
 }
 
@@ -52,7 +53,8 @@ dft_status commit_direct(const commit_method* method, descriptor* d)
     d->decommit(d);
     constexpr std::make_integer_sequence<int, Table == 1 ? 5 : 6> all;
     const auto index = row - rows_of<R, Table>();
-    const entry_pair e = d->placement == in_place ? entry_of<R, Table, true>(index, all) : entry_of<R, Table, false>(index, all);
+    const entry_pair e =
+        d->placement == in_place ? entry_of<R, Table, true>(index, all) : entry_of<R, Table, false>(index, all);
     d->active_method = method;
     return take(d, e.forward, e.backward);
 }
@@ -93,8 +95,8 @@ dft_status compute_small(descriptor* d, void* in, void* out)
 {
     alignas(64) std::byte work[most_small_work];
     const auto* plan = static_cast<const small_record<R>*>(d->method_state)->plan;
-    return dft_status_of(
-        engine<R>::template complex<Forward>(static_cast<const R*>(in), static_cast<R*>(InPlace ? in : out), plan, work));
+    return dft_status_of(engine<R>::template complex<Forward>(static_cast<const R*>(in),
+                                                              static_cast<R*>(InPlace ? in : out), plan, work));
 }
 
 template <class R>
@@ -134,8 +136,9 @@ constinit const commit_method direct_to_128_d = {commit_direct<double, 1>, forge
 constinit const commit_method direct_to_128_s = {commit_direct<float, 1>, forget_direct, tell_direct};
 constinit const commit_method direct_to_64_d = {commit_direct<double, 2>, forget_direct, tell_direct};
 constinit const commit_method direct_to_64_s = {commit_direct<float, 2>, forget_direct, tell_direct};
-constinit const commit_method small_primitive_d = {commit_small<double>, release_record<small_record<double>>, tell_small<double>};
-constinit const commit_method small_primitive_s = {commit_small<float>, release_record<small_record<float>>, tell_small<float>};
-
+constinit const commit_method small_primitive_d = {commit_small<double>, release_record<small_record<double>>,
+                                                   tell_small<double>};
+constinit const commit_method small_primitive_s = {commit_small<float>, release_record<small_record<float>>,
+                                                   tell_small<float>};
 
 } // namespace vrn::dft

@@ -1,8 +1,8 @@
 // dft/commit/split.cpp - complex transforms of real and imaginary parts in two arrays.
 //
-// Several dimensions go one after the other, each a transform of rank 1 batched over all others; several batch triples
-// lose the last to a loop; one triple is done here, in blocks that share cache lines, over threads. The first two hold
-// no precision of their own and serve both.
+// Several dimensions go one after the other, each a transform of rank 1 batched over all others; several batch
+// triples lose the last to a loop; one triple is done here, in blocks that share cache lines, over threads. The first
+// two hold no precision of their own and serve both.
 
 #include "dft/commit/strategies.hpp"
 #include "dft/compute/move.hpp"
@@ -19,7 +19,8 @@ bool is_split(const descriptor* d)
 }
 
 // An inner descriptor of one dimension with the batch tensor a + b, committed.
-dft_status make_inner(descriptor** out, const descriptor* d, const triple& dimension, const dim_tensor& a, const dim_tensor& b)
+dft_status make_inner(descriptor** out, const descriptor* d, const triple& dimension, const dim_tensor& a,
+                      const dim_tensor& b)
 {
     if (*out == nullptr) {
         const dft_status s = vrn_dft_s42_dfti_create_node(out, d->precision, domain_complex, 1, &dimension.length);
@@ -152,7 +153,8 @@ dft_status compute_batch(descriptor* d, void* in, void*)
     const auto& r = *static_cast<const batch_record*>(d->method_state);
     void* parts[4];
     for (std::int64_t i = 0; i < r.loop.length; ++i) {
-        move_parts(d, in, parts, d->input_offset + i * r.loop.input_stride, d->output_offset + i * r.loop.output_stride);
+        move_parts(d, in, parts, d->input_offset + i * r.loop.input_stride,
+                   d->output_offset + i * r.loop.output_stride);
         if (const dft_status s = compute_inner<Forward>(r.inner, parts); s != ok) return s;
     }
     return ok;
@@ -236,7 +238,8 @@ void lay_out(primitive_record<R>& r, const descriptor* d)
 }
 
 template <class R, bool Forward>
-dft_status transform_split(const descriptor* d, const primitive_record<R>& r, const R* const* x, R* const* y, std::byte* work)
+dft_status transform_split(const descriptor* d, const primitive_record<R>& r, const R* const* x, R* const* y,
+                           std::byte* work)
 {
     const auto status = engine<R>::template split<Forward>(x[0], x[1], y[0], y[1], r.plan, work);
     const double scale = Forward ? d->forward_scale : d->backward_scale;
@@ -248,8 +251,8 @@ dft_status transform_split(const descriptor* d, const primitive_record<R>& r, co
 
 // Transforms begin to end - 1.
 template <class R, bool Forward>
-dft_status compute_range(const descriptor* d, const primitive_record<R>& r, R* const* in, R* const* out, std::int64_t begin,
-                         std::int64_t end)
+dft_status compute_range(const descriptor* d, const primitive_record<R>& r, R* const* in, R* const* out,
+                         std::int64_t begin, std::int64_t end)
 {
     const bool unit = r.in_stride == 1 && r.out_stride == 1;
     const std::uint64_t column = unit ? 0 : static_cast<std::uint64_t>(2 * r.block * r.padded_length) * sizeof(R);
@@ -268,13 +271,15 @@ dft_status compute_range(const descriptor* d, const primitive_record<R>& r, R* c
         std::int64_t width = r.block;
         while (width > end - i) width /= 2;
         R* part[2] = {block.as<R>(), block.as<R>() + r.block * r.padded_length};
-        for (int p = 0; p < 2; ++p) gather(r.length, width, x[p], r.in_stride, r.in_distance, part[p], r.padded_length);
+        for (int p = 0; p < 2; ++p)
+            gather(r.length, width, x[p], r.in_stride, r.in_distance, part[p], r.padded_length);
         for (std::int64_t w = 0; w < width; ++w) {
             R* columns[2] = {part[0] + w * r.padded_length, part[1] + w * r.padded_length};
             if (const dft_status s = transform_split<R, Forward>(d, r, columns, columns, work); s != ok) return s;
         }
         for (int p = 0; p < 2; ++p)
-            scatter(r.length, width, static_cast<const R*>(part[p]), r.padded_length, y[p], r.out_stride, r.out_distance);
+            scatter(r.length, width, static_cast<const R*>(part[p]), r.padded_length, y[p], r.out_stride,
+                    r.out_distance);
         i += width;
     }
     return ok;
@@ -291,7 +296,8 @@ dft_status compute_primitive(descriptor* d, void* in, void*)
     shared_status status;
     on_threads(d, std::min<std::int64_t>(d->thread_count, r.work_units), [&](int thread, int team) {
         const share units(r.work_units, thread, team);
-        status(compute_range<R, Forward>(d, r, x, y, units.begin * r.count / r.work_units, units.end * r.count / r.work_units));
+        status(compute_range<R, Forward>(d, r, x, y, units.begin * r.count / r.work_units,
+                                         units.end * r.count / r.work_units));
     });
     return status.value;
 }
@@ -299,7 +305,8 @@ dft_status compute_primitive(descriptor* d, void* in, void*)
 template <class R>
 dft_status commit_primitive(const commit_method* method, descriptor* d)
 {
-    if (!is_split(d) || d->precision != engine<R>::precision || d->work_rank != 1 || d->batch.count != 1) return declined;
+    if (!is_split(d) || d->precision != engine<R>::precision || d->work_rank != 1 || d->batch.count != 1)
+        return declined;
     if (over_limit<R>(d->length)) return too_long;
     auto* record = own_record<primitive_record<R>>(method, d);
     if (record == nullptr) return no_memory;
@@ -332,7 +339,9 @@ int tell_primitive(const descriptor* d, char* line, int capacity)
 
 constinit const commit_method split_many_ranks = {commit_ranks, release_record<ranks_record>, tell_ranks};
 constinit const commit_method split_batch = {commit_batch, release_record<batch_record>, tell_batch};
-constinit const commit_method split_primitive_d = {commit_primitive<double>, release_record<primitive_record<double>>, tell_primitive<double>};
-constinit const commit_method split_primitive_s = {commit_primitive<float>, release_record<primitive_record<float>>, tell_primitive<float>};
+constinit const commit_method split_primitive_d = {commit_primitive<double>, release_record<primitive_record<double>>,
+                                                   tell_primitive<double>};
+constinit const commit_method split_primitive_s = {commit_primitive<float>, release_record<primitive_record<float>>,
+                                                   tell_primitive<float>};
 
 } // namespace vrn::dft

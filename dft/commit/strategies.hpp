@@ -11,13 +11,13 @@
 namespace vrn::dft {
 
 extern const commit_method split_many_ranks, split_batch;
-extern const commit_method split_primitive_d, split_primitive_s, direct_to_128_d, direct_to_128_s, direct_to_64_d, direct_to_64_s,
-    small_primitive_d, small_primitive_s, chirp_z_d, chirp_z_s;
+extern const commit_method split_primitive_d, split_primitive_s, direct_to_128_d, direct_to_128_s, direct_to_64_d,
+    direct_to_64_s, small_primitive_d, small_primitive_s, chirp_z_d, chirp_z_s, real_chirp_z_d, real_chirp_z_s;
 extern const commit_method slab_3d_d, slab_3d_s, slab_3d_real_d, slab_3d_real_s, slab_2d_real_d, slab_2d_real_s;
-extern const commit_method small_cube_d, small_cube_s, small_square_d, small_square_s, small_cube_real_d, small_cube_real_s,
-    small_square_real_d, small_square_real_s, factored_real_d, factored_real_s;
-extern const commit_method general_dc1d, general_sc1d, general_dcmd, general_scmd, general_dr1d, general_sr1d, general_drmd,
-    general_srmd;
+extern const commit_method small_cube_d, small_cube_s, small_square_d, small_square_s, small_cube_real_d,
+    small_cube_real_s, small_square_real_d, small_square_real_s, factored_real_d, factored_real_s;
+extern const commit_method general_dc1d, general_sc1d, general_dcmd, general_scmd, general_dr1d, general_sr1d,
+    general_drmd, general_srmd;
 
 // The method's own record, kept from an earlier commit or made new; null where there is no memory.
 template <class Record>

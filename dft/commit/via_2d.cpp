@@ -138,7 +138,8 @@ dft_status init_via_2d(descriptor* node, const descriptor* head)
         node->via_2d_release(node);
         node->via_2d = nullptr;
     }
-    const std::int64_t n = node->length, a = smaller_factor(n, 63 - __builtin_clzll(static_cast<unsigned long long>(n)));
+    const std::int64_t n = node->length,
+                       a = smaller_factor(n, 63 - __builtin_clzll(static_cast<unsigned long long>(n)));
     if (a == 1) return no_factors;
     auto* v = new_record<via_2d_record>(64);
     if (v == nullptr) return no_memory;
@@ -189,8 +190,8 @@ dft_status four_step_columns(const descriptor* d, const cplx<R>* in, cplx<R>* ma
 }
 
 template <class R>
-dft_status four_step_rows(const descriptor* d, const cplx<R>* matrix, cplx<R>* out, std::int64_t first, std::int64_t last,
-                          bool forward)
+dft_status four_step_rows(const descriptor* d, const cplx<R>* matrix, cplx<R>* out, std::int64_t first,
+                          std::int64_t last, bool forward)
 {
     const auto& v = *static_cast<const via_2d_record*>(d->via_2d);
     const buffer block(static_cast<std::uint64_t>(four_step_block * v.cols_padded) * sizeof(cplx<R>), 64);
@@ -244,10 +245,10 @@ INIT(vrn_dft_s42_xz_init_data_1d_via_2d, double)
 INIT(vrn_dft_s42_xc_init_data_1d_via_2d, float)
 
 #define PHASE(name, R, phase)                                                                                        \
-    VRN_EXPORT dft_status name(const descriptor* d, const void* in, void* out, std::int64_t first, std::int64_t last, \
-                               std::int32_t forward)                                                                 \
+    VRN_EXPORT dft_status name(const descriptor* d, const void* in, void* out, std::int64_t first,                   \
+                               std::int64_t last, std::int32_t forward)                                              \
     {                                                                                                                \
-        return phase<R>(d, static_cast<const cplx<R>*>(in), static_cast<cplx<R>*>(out), first, last, forward != 0);   \
+        return phase<R>(d, static_cast<const cplx<R>*>(in), static_cast<cplx<R>*>(out), first, last, forward != 0);  \
     }
 PHASE(vrn_dft_s42_xz_4step_1_2, double, four_step_columns)
 PHASE(vrn_dft_s42_xz_4step_3, double, four_step_rows)

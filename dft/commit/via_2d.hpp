@@ -13,7 +13,7 @@
 namespace vrn::dft {
 
 struct via_2d_record {
-    std::int64_t rows, cols;             // rows <= cols
+    std::int64_t rows, cols;               // rows <= cols
     std::int64_t rows_padded, cols_padded; // an odd multiple of 4: columns of a block start in different sets
     descriptor* inner_rows;
     descriptor* inner_cols; // the same one where the lengths are equal
@@ -34,8 +34,8 @@ dft_status four_step_columns(const descriptor* d, const cplx<R>* in, cplx<R>* ma
                              std::int64_t last, bool forward);
 // Rows first to last - 1 of phase 3, from the matrix to X, which may be the same.
 template <class R>
-dft_status four_step_rows(const descriptor* d, const cplx<R>* matrix, cplx<R>* out, std::int64_t first, std::int64_t last,
-                          bool forward);
+dft_status four_step_rows(const descriptor* d, const cplx<R>* matrix, cplx<R>* out, std::int64_t first,
+                          std::int64_t last, bool forward);
 
 // The kernel of a node that goes this way.
 template <class R, bool Forward>

@@ -51,7 +51,7 @@ void decide_threads(descriptor* d)
 }
 
 // With `twice` the side whose distances are twice the other's.
-bool twice_as_far(const descriptor* d, std::int64_t triple::* twice, std::int64_t triple::* once,
+bool twice_as_far(const descriptor* d, std::int64_t triple::*twice, std::int64_t triple::*once,
                   std::int64_t offset_twice, std::int64_t offset_once)
 {
     if (offset_twice != 2 * offset_once) return false;
@@ -78,8 +78,9 @@ dft_status walk(descriptor* d)
 
 bool keeps_rule_of_two(const descriptor* d)
 {
-    if (d->placement != in_place || d->forward_domain != domain_real || d->conjugate_even_storage != storage_complex ||
-        d->dims.at[0].input_stride != 1 || d->dims.at[0].output_stride != 1)
+    if (d->placement != in_place || d->forward_domain != domain_real ||
+        d->conjugate_even_storage != storage_complex || d->dims.at[0].input_stride != 1 ||
+        d->dims.at[0].output_stride != 1)
         return true;
     return twice_as_far(d, &triple::output_stride, &triple::input_stride, d->output_offset, d->input_offset) ||
            twice_as_far(d, &triple::input_stride, &triple::output_stride, d->input_offset, d->output_offset);

@@ -1,7 +1,7 @@
 // dft/compute/driver.hpp - complex transforms of a descriptor on one thread: `count` of them, any rank.
 //
-// Interleaved neighbours (distance 1) go in blocks of columns, single ones by kernel, plane or walk. In place only the
-// input's strides count. Reentrant; holds nothing between calls. Exported as xzforward and its like (driver.cpp).
+// Interleaved neighbours (distance 1) go in blocks of columns, single ones by kernel, plane or walk. In place only
+// the input's strides count. Reentrant; holds nothing between calls. Exported as xzforward and its like (driver.cpp).
 #pragma once
 
 #include "dft/compute/plane.hpp"
@@ -59,21 +59,22 @@ dft_status complex_driver(const descriptor* d, void* in, void* out, std::int64_t
 
     if (d->input_distance == 1 && n > 1 && d->work_rank <= 2) {
         if (d->work_rank == 1)
-            return transform_columns<E, E>(k, {x, n, 2 * d->input_stride, 2}, {y, n, 2 * out_stride, 2 * out_distance},
-                                           count, batch_order(count, n), nullptr);
+            return transform_columns<E, E>(k, {x, n, 2 * d->input_stride, 2},
+                                           {y, n, 2 * out_stride, 2 * out_distance}, count, batch_order(count, n),
+                                           nullptr);
         const descriptor* child = d->child;
         const std::int64_t child_out = InPlace ? child->input_stride : child->output_stride;
         for (std::int64_t j = 0; j < child->length; ++j) {
-            const dft_status s = transform_columns<E, E>(
-                k, {x + j * child->input_stride, n, 2 * d->input_stride, 2},
-                {y + j * child_out, n, 2 * out_stride, 2 * out_distance}, count, batch_order(count, n), nullptr);
+            const dft_status s = transform_columns<E, E>(k, {x + j * child->input_stride, n, 2 * d->input_stride, 2},
+                                                         {y + j * child_out, n, 2 * out_stride, 2 * out_distance},
+                                                         count, batch_order(count, n), nullptr);
             if (s != ok) return s;
         }
         const column_kernel second{kernel_of<R, Forward>(child), child, work};
         for (std::int64_t i = 0; i < n; ++i) {
             const side<E> to{y + i * out_stride, child->length, 2 * child_out, 2 * out_distance};
-            const dft_status s = transform_columns<E, E>(second, {to.data, to.count, to.stride, to.distance}, to, count,
-                                                         batch_order(count, child->length), nullptr);
+            const dft_status s = transform_columns<E, E>(second, {to.data, to.count, to.stride, to.distance}, to,
+                                                         count, batch_order(count, child->length), nullptr);
             if (s != ok) return s;
         }
         return ok;

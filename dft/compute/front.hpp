@@ -71,8 +71,9 @@ dft_status complex_front(descriptor* d, void* in, void* out)
         if (d->flags & flag_plane) {
             const descriptor* c = d->child;
             if constexpr (InPlace)
-                return reinterpret_cast<plane_in_place*>(d->two_level_compute)(
-                    x, &d->input_stride, &c->input_stride, kernel_of<R, Forward>(d), kernel_of<R, Forward>(c), d, work);
+                return reinterpret_cast<plane_in_place*>(d->two_level_compute)(x, &d->input_stride, &c->input_stride,
+                                                                               kernel_of<R, Forward>(d),
+                                                                               kernel_of<R, Forward>(c), d, work);
             else
                 return reinterpret_cast<plane_out*>(d->two_level_compute)(
                     x, y, &d->input_stride, &c->input_stride, &d->output_stride, &c->output_stride,
@@ -97,7 +98,8 @@ dft_status real_front(descriptor* d, void* in, void* out)
     // A packed transform in place has one offset like any other.
     if (InPlace && !cce) y = x;
     return with_work(d->work_size, [&](void* work) -> dft_status {
-        if (d->flags & flag_simple) return (Forward ? d->real_forward_direct : d->real_backward_direct)(x, y, d, work);
+        if (d->flags & flag_simple)
+            return (Forward ? d->real_forward_direct : d->real_backward_direct)(x, y, d, work);
         if (d->flags & flag_plane)
             return reinterpret_cast<plane_real*>(Forward ? d->real_2d_forward : d->real_2d_backward)(d, x, y, work);
         if (d->thread_count == 1)

@@ -21,8 +21,8 @@ template <class R, bool Forward>
 dft_status ordered_kernel(const void* in, void* out, const descriptor* node, void* work)
 {
     auto* y = static_cast<R*>(out);
-    const auto status = engine<R>::template complex<Forward>(static_cast<const R*>(in), y,
-                                                             node->*engine<R>::complex_plan, static_cast<std::byte*>(work));
+    const auto status = engine<R>::template complex<Forward>(
+        static_cast<const R*>(in), y, node->*engine<R>::complex_plan, static_cast<std::byte*>(work));
     if (status == kpr_ok) scale_reals(y, 2 * node->length, used_scale<R, Forward>(node));
     return dft_status_of(status);
 }
@@ -88,7 +88,8 @@ dft_status real_forward_wrapper(const void* in, void* out, const descriptor* nod
 {
     auto* entry = reinterpret_cast<packed_entry<R>*>(node->real_forward_kernel);
     auto* y = static_cast<R*>(out);
-    const auto status = entry(static_cast<const R*>(in), y, node->*engine<R>::real_plan, static_cast<std::byte*>(work));
+    const auto status =
+        entry(static_cast<const R*>(in), y, node->*engine<R>::real_plan, static_cast<std::byte*>(work));
     // n + 1, not n + 2: the last value of an even row is a zero that no scale changes.
     if (status == kpr_ok)
         scale_reals(y, node->length + (has_zero_parts(layout_of(node)) ? 1 : 0), used_scale<R, true>(node));
@@ -101,7 +102,8 @@ dft_status real_backward_wrapper(const void* in, void* out, const descriptor* no
     auto* entry = rows_come_as_perm(node) ? engine<R>::template perm<false>
                                           : reinterpret_cast<packed_entry<R>*>(node->real_backward_kernel);
     auto* y = static_cast<R*>(out);
-    const auto status = entry(static_cast<const R*>(in), y, node->*engine<R>::real_plan, static_cast<std::byte*>(work));
+    const auto status =
+        entry(static_cast<const R*>(in), y, node->*engine<R>::real_plan, static_cast<std::byte*>(work));
     if (status == kpr_ok) {
         // The row held n + 2 values; n + 1 keeps what it had.
         if (in == out && has_zero_parts(layout_of(node)) && !rows_come_as_perm(node)) y[node->length] = R{0};
@@ -115,9 +117,10 @@ template <class R, bool Forward>
 dft_status real_direct_kernel(const void* in, void* out, const descriptor* node, void*)
 {
     const auto& table = engine<R>::real_direct;
-    const std::int32_t layout = !Forward && node->real_md_pack_flag ? static_cast<std::int32_t>(format_perm) : layout_of(node);
-    (Forward ? table.forward : table.backward)[node->log2_length](static_cast<const R*>(in), static_cast<R*>(out), layout,
-                                                                  used_scale<R, Forward>(node));
+    const std::int32_t layout =
+        !Forward && node->real_md_pack_flag ? static_cast<std::int32_t>(format_perm) : layout_of(node);
+    (Forward ? table.forward : table.backward)[node->log2_length](static_cast<const R*>(in), static_cast<R*>(out),
+                                                                  layout, used_scale<R, Forward>(node));
     return ok;
 }
 

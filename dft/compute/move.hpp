@@ -38,8 +38,8 @@ inline E* at(E* p, std::int64_t reals)
 
 // `packed` columns lie `packed_stride` elements apart; on the strided side stride and distance count reals.
 template <bool Gather, int Width, class E>
-[[gnu::flatten]] void move_columns_of(std::int64_t count, E* packed, std::int64_t packed_stride, E* strided, std::int64_t stride,
-                     std::int64_t distance)
+[[gnu::flatten]] void move_columns_of(std::int64_t count, E* packed, std::int64_t packed_stride, E* strided,
+                                      std::int64_t stride, std::int64_t distance)
 {
     constexpr std::int64_t parts = simd::element<E>::parts;
     auto step = [&](std::int64_t k, E* row, std::int64_t between) {
@@ -61,11 +61,16 @@ void move_columns(std::int64_t count, std::int64_t width, E* packed, std::int64_
                   std::int64_t stride, std::int64_t distance)
 {
     switch (width) {
-    case 1: return move_columns_of<Gather, 1>(count, packed, packed_stride, strided, stride, distance);
-    case 2: return move_columns_of<Gather, 2>(count, packed, packed_stride, strided, stride, distance);
-    case 4: return move_columns_of<Gather, 4>(count, packed, packed_stride, strided, stride, distance);
-    case 8: return move_columns_of<Gather, 8>(count, packed, packed_stride, strided, stride, distance);
-    case 16: return move_columns_of<Gather, 16>(count, packed, packed_stride, strided, stride, distance);
+    case 1:
+        return move_columns_of<Gather, 1>(count, packed, packed_stride, strided, stride, distance);
+    case 2:
+        return move_columns_of<Gather, 2>(count, packed, packed_stride, strided, stride, distance);
+    case 4:
+        return move_columns_of<Gather, 4>(count, packed, packed_stride, strided, stride, distance);
+    case 8:
+        return move_columns_of<Gather, 8>(count, packed, packed_stride, strided, stride, distance);
+    case 16:
+        return move_columns_of<Gather, 16>(count, packed, packed_stride, strided, stride, distance);
     default:
         for (std::int64_t w = 0; w < width; ++w)
             move_columns_of<Gather, 1>(count, packed + w * packed_stride, 0, at(strided, w * distance), stride, 0);
@@ -73,8 +78,8 @@ void move_columns(std::int64_t count, std::int64_t width, E* packed, std::int64_
 }
 
 template <class E>
-void gather(std::int64_t count, std::int64_t width, const E* strided, std::int64_t stride, std::int64_t distance, E* packed,
-            std::int64_t packed_stride)
+void gather(std::int64_t count, std::int64_t width, const E* strided, std::int64_t stride, std::int64_t distance,
+            E* packed, std::int64_t packed_stride)
 {
     move_columns<true>(count, width, packed, packed_stride, const_cast<E*>(strided), stride, distance);
 }

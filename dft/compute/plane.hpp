@@ -22,21 +22,22 @@ dft_status plane(cplx<R>* data, std::int64_t stride_first, std::int64_t stride_s
     const descriptor* child = d->child;
     const std::int64_t m = d->length, k = child->length;
     if (m < 1 || k < 1) return ok;
-    const buffer block(sizeof(E) * static_cast<std::uint64_t>(stride_first != 1 ? std::max(m, k) : std::max(m, 4 * k)));
+    const buffer block(sizeof(E) *
+                       static_cast<std::uint64_t>(stride_first != 1 ? std::max(m, k) : std::max(m, 4 * k)));
     if (!block) return no_memory;
 
     const bool unit = stride_first == 1;
     // A direct kernel has no temporary, so rows of a matrix within the cache stay where they are; a scrambled one
     // works in place anyway.
-    const bool rows_in_place = unit && (d->uses_primitive_plan != 1
-                                            ? cache_size() > static_cast<std::int64_t>(sizeof(E)) * m * k
-                                            : d->ordering != ordered);
+    const bool rows_in_place =
+        unit && (d->uses_primitive_plan != 1 ? cache_size() > static_cast<std::int64_t>(sizeof(E)) * m * k
+                                             : d->ordering != ordered);
     const column_kernel row{first, d, work};
     for (std::int64_t i = 0; i < k; ++i) {
         E* p = data + i * stride_second;
-        const dft_status s =
-            rows_in_place ? first(p, p, d, work)
-                          : transform_columns<E, E>(row, {p, m, 2 * stride_first, 0}, {p, m, 2 * stride_first, 0}, 1, 0, block.block);
+        const dft_status s = rows_in_place ? first(p, p, d, work)
+                                           : transform_columns<E, E>(row, {p, m, 2 * stride_first, 0},
+                                                                     {p, m, 2 * stride_first, 0}, 1, 0, block.block);
         if (s != ok) return s;
     }
     if (k < 2) return ok;
@@ -53,7 +54,8 @@ dft_status plane_apart(const cplx<R>* in, cplx<R>* out, std::int64_t in_first, s
     const descriptor* child = d->child;
     const std::int64_t m = d->length, k = child->length;
     if (m < 1 || k < 1) return ok;
-    const buffer block(sizeof(E) * static_cast<std::uint64_t>(out_second != 1 ? std::max(m, 8 * k) : std::max(m, 4 * k)));
+    const buffer block(sizeof(E) *
+                       static_cast<std::uint64_t>(out_second != 1 ? std::max(m, 8 * k) : std::max(m, 4 * k)));
     if (!block) return no_memory;
 
     const bool straight = in_first == 1 && out_first == 1 &&
@@ -63,7 +65,8 @@ dft_status plane_apart(const cplx<R>* in, cplx<R>* out, std::int64_t in_first, s
         const E* p = in + i * in_second;
         E* q = out + i * out_second;
         const dft_status s = straight ? first(p, q, d, work)
-                                      : transform_columns<E, E>(row, {p, m, 2 * in_first, 0}, {q, m, 2 * out_first, 0}, 1, 0, block.block);
+                                      : transform_columns<E, E>(row, {p, m, 2 * in_first, 0},
+                                                                {q, m, 2 * out_first, 0}, 1, 0, block.block);
         if (s != ok) return s;
     }
     if (k < 2) return ok;
@@ -92,7 +95,8 @@ inline block_choice columns_at_once(const shape& s)
 // Units first to last - 1 of dimension `dim`, in place; neighbouring blocks of one position go in one pass.
 template <class R>
 dft_status further_dimension(cplx<R>* data, const shape& s, int dim, bool forward, const block_choice& choice,
-                             const column_units& units, std::int64_t first, std::int64_t last, void* block, void* work)
+                             const column_units& units, std::int64_t first, std::int64_t last, void* block,
+                             void* work)
 {
     using E = cplx<R>;
     const descriptor* node = s.node[dim];
@@ -102,8 +106,8 @@ dft_status further_dimension(cplx<R>* data, const shape& s, int dim, bool forwar
     for (std::int64_t left = last - first; left > 0; walk.next(), begin = 0) {
         const std::int64_t end = std::min(units.columns, begin + left * units.block);
         const side<E> to{at(data, walk.offset_a + begin * s.stride[0]), s.length[dim], s.stride[dim], s.stride[0]};
-        if (const dft_status st = transform_columns<E, E>(k, {to.data, to.count, to.stride, to.distance}, to, end - begin,
-                                                          choice.order, block);
+        if (const dft_status st = transform_columns<E, E>(k, {to.data, to.count, to.stride, to.distance}, to,
+                                                          end - begin, choice.order, block);
             st != ok)
             return st;
         left -= (end - begin + units.block - 1) / units.block;
@@ -128,17 +132,18 @@ dft_status planes(const descriptor* d, const cplx<R>* in, cplx<R>* out, const sh
     kernel_function* k2 = forward ? d->child->forward_kernel : d->child->backward_kernel;
     position_walk walk(a, b, 2, -1, first);
     for (std::int64_t i = 0; i < count; ++i, walk.next()) {
-        const dft_status s =
-            inplace ? plane<R>(at(out, walk.offset_a), a.stride[0] / 2, a.stride[1] / 2, k1, k2, d, work)
-                    : plane_apart<R>(at(in, walk.offset_a), at(out, walk.offset_b), a.stride[0] / 2, a.stride[1] / 2,
-                                     b.stride[0] / 2, b.stride[1] / 2, k1, k2, d, work);
+        const dft_status s = inplace
+                                 ? plane<R>(at(out, walk.offset_a), a.stride[0] / 2, a.stride[1] / 2, k1, k2, d, work)
+                                 : plane_apart<R>(at(in, walk.offset_a), at(out, walk.offset_b), a.stride[0] / 2,
+                                                  a.stride[1] / 2, b.stride[0] / 2, b.stride[1] / 2, k1, k2, d, work);
         if (s != ok) return s;
     }
     return ok;
 }
 
 template <class R>
-dft_status many_dimensions(const descriptor* d, const cplx<R>* in, cplx<R>* out, bool forward, bool inplace, void* work)
+dft_status many_dimensions(const descriptor* d, const cplx<R>* in, cplx<R>* out, bool forward, bool inplace,
+                           void* work)
 {
     const shape a(d, &descriptor::input_stride, 2, d->length);
     const shape b(d, inplace ? &descriptor::input_stride : &descriptor::output_stride, 2, d->length);
@@ -149,7 +154,8 @@ dft_status many_dimensions(const descriptor* d, const cplx<R>* in, cplx<R>* out,
     const buffer block(static_cast<std::uint64_t>(d->longest_length) * sizeof(cplx<R>) << choice.order);
     if (!block) return no_memory;
     for (int dim = 2; dim < b.rank; ++dim)
-        if (const dft_status s = further_dimension<R>(out, b, dim, forward, choice, block.block, work); s != ok) return s;
+        if (const dft_status s = further_dimension<R>(out, b, dim, forward, choice, block.block, work); s != ok)
+            return s;
     return ok;
 }
 

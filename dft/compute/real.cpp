@@ -1,7 +1,7 @@
 // dft/compute/real.cpp - the real drivers and their pieces for threads, by their exported names.
 
-#include "dft/commit/core.hpp"
 #include "dft/compute/real.hpp"
+#include "dft/commit/core.hpp"
 #include "frame/export.hpp"
 
 using namespace vrn::dft;
@@ -23,8 +23,8 @@ namespace {
 
 // Columns of a packed plane whose output rows are contiguous. Backward out of place they come in the rows' layout.
 template <class R>
-dft_status packed_column_part(const descriptor* d, const R* in, R* out, bool forward, std::int64_t first, std::int64_t last,
-                              void* work)
+dft_status packed_column_part(const descriptor* d, const R* in, R* out, bool forward, std::int64_t first,
+                              std::int64_t last, void* work)
 {
     const plane_strides s(d);
     const buffer block(packed_block<R>(d));
@@ -105,7 +105,8 @@ VRN_ALIAS(vrn_dft_s42_cs2_r_dft, vrn_dft_s42_sc2_r_dft);
     VRN_EXPORT dft_status name(const descriptor* d, const void* in, void* out, std::int64_t first,                   \
                                std::int64_t last, void* work)                                                        \
     {                                                                                                                \
-        return packed_column_part<R>(d, static_cast<const R*>(in), static_cast<R*>(out), forward, first, last, work); \
+        return packed_column_part<R>(d, static_cast<const R*>(in), static_cast<R*>(out), forward, first, last,       \
+                                     work);                                                                          \
     }
 PACKED_COLUMNS(vrn_dft_s42_dz2_c_dft, double, true)
 PACKED_COLUMNS(vrn_dft_s42_sc2_c_dft, float, true)

@@ -16,8 +16,8 @@ namespace vrn::dft {
 
 // One row of either direction: a real side and a spectrum side. In and Out are R or cplx<R>.
 template <class In, class Out>
-dft_status real_rows(const column_kernel& k, const In* in, const shape& a, std::int64_t in_count, Out* out, const shape& b,
-                     std::int64_t out_count, std::int64_t first, std::int64_t rows, void* block)
+dft_status real_rows(const column_kernel& k, const In* in, const shape& a, std::int64_t in_count, Out* out,
+                     const shape& b, std::int64_t out_count, std::int64_t first, std::int64_t rows, void* block)
 {
     position_walk walk(a, b, 1, -1, first);
     for (std::int64_t i = 0; i < rows; ++i, walk.next()) {
@@ -51,7 +51,8 @@ dft_status cce_forward(const descriptor* d, const R* in, R* out, void* work)
         s != ok)
         return s;
     for (int dim = 1; dim < b.rank; ++dim)
-        if (const dft_status s = further_dimension<R>(spectrum, b, dim, true, choice, block.block, work); s != ok) return s;
+        if (const dft_status s = further_dimension<R>(spectrum, b, dim, true, choice, block.block, work); s != ok)
+            return s;
     return ok;
 }
 
@@ -85,7 +86,8 @@ dft_status carry_columns(const descriptor* d, const way_back& w, const R* in, R*
     if (first == 0 && last > 0) {
         auto* z = static_cast<E*>(block);
         for (std::int64_t j = 0; j < m; ++j) {
-            const E *row = at(x, j * w.given.stride[1]), head = row[0], tail = *at(row, w.carried.length[0] * w.given.stride[0]);
+            const E *row = at(x, j * w.given.stride[1]), head = row[0],
+                    tail = *at(row, w.carried.length[0] * w.given.stride[0]);
             z[j] = {head.re - tail.im, head.im + tail.re};
         }
         if (const dft_status s = k.run(z, z, child, work); s != ok) return s;
@@ -98,8 +100,8 @@ dft_status carry_columns(const descriptor* d, const way_back& w, const R* in, R*
 
 // Rows first to first + count - 1 from the worked spectrum to the result.
 template <class R>
-dft_status finish_rows(const descriptor* d, const way_back& w, R* spectrum, R* out, std::int64_t first, std::int64_t count,
-                       void* block, void* work)
+dft_status finish_rows(const descriptor* d, const way_back& w, R* spectrum, R* out, std::int64_t first,
+                       std::int64_t count, void* block, void* work)
 {
     const std::int64_t n = d->length;
     // The kernel takes PERM (rows_come_as_perm); an odd row of it has no place for the first imaginary part.
@@ -111,8 +113,9 @@ dft_status finish_rows(const descriptor* d, const way_back& w, R* spectrum, R* o
             row[1] = lead ? row[0] : row[n];
         }
     }
-    return real_rows<cplx<R>, R>({d->real_backward_direct, d, work}, reinterpret_cast<const cplx<R>*>(spectrum + lead),
-                                 w.carried, n / 2 + 1, out, w.reals, n, first, count, block);
+    return real_rows<cplx<R>, R>({d->real_backward_direct, d, work},
+                                 reinterpret_cast<const cplx<R>*>(spectrum + lead), w.carried, n / 2 + 1, out,
+                                 w.reals, n, first, count, block);
 }
 
 template <class R>
@@ -126,7 +129,8 @@ dft_status cce_backward(const descriptor* d, const R* in, R* out, void* work)
                                          {out, n, w.reals.stride[0], 0});
     const block_choice choice = columns_at_once(w.carried);
     const buffer block(block_bytes<R>(d, 3));
-    const buffer copy(w.road == road_back::copy ? static_cast<std::uint64_t>(w.rows() * w.carried.length[0]) * sizeof(cplx<R>) : 0);
+    const buffer copy(
+        w.road == road_back::copy ? static_cast<std::uint64_t>(w.rows() * w.carried.length[0]) * sizeof(cplx<R>) : 0);
     if (!block || (w.road == road_back::copy && !copy)) return no_memory;
     R* spectrum = w.road == road_back::copy ? copy.as<R>() : out;
     if (w.road == road_back::in_output && w.given.rank == 2) {
@@ -135,8 +139,8 @@ dft_status cce_backward(const descriptor* d, const R* in, R* out, void* work)
     } else {
         if (w.road != road_back::in_place) carry_rows<R>(w, in, spectrum, 0, w.rows());
         for (int dim = w.carried.rank - 1; dim > 0; --dim) {
-            const dft_status s = further_dimension<R>(reinterpret_cast<cplx<R>*>(spectrum), w.carried, dim, false, choice,
-                                                      block.block, work);
+            const dft_status s = further_dimension<R>(reinterpret_cast<cplx<R>*>(spectrum), w.carried, dim, false,
+                                                      choice, block.block, work);
             if (s != ok) return s;
         }
     }

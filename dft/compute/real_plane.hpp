@@ -3,8 +3,8 @@
 //     row:    R0 ... interior complex values ... Rlast     interior columns are complex and transformed as they lie
 //     column: R0 and Rlast of all rows are real columns: together one complex transform, each stored packed again
 //
-// CCS has two more rows, which hold the last values of those two columns; all else of them is not touched. All strides
-// count reals. A side whose first stride is not 1 goes through a contiguous copy.
+// CCS has two more rows, which hold the last values of those two columns; all else of them is not touched. All
+// strides count reals. A side whose first stride is not 1 goes through a contiguous copy.
 #pragma once
 
 #include "dft/compute/columns.hpp"
@@ -31,7 +31,10 @@ struct real_columns {
     std::int64_t rows;
     packed_places row, column;
 
-    real_columns(std::int32_t format, std::int64_t n, std::int64_t m) : layout(format), rows(m), row(format, n), column(format, m) {}
+    real_columns(std::int32_t format, std::int64_t n, std::int64_t m)
+        : layout(format), rows(m), row(format, n), column(format, m)
+    {
+    }
 
     // Separates Z = A + i B into the packed columns of A and B.
     void store(const cplx<R>* z, R* matrix, std::int64_t stride) const
@@ -56,7 +59,7 @@ struct real_columns {
         }
     }
 
-private:
+  private:
     void put(R* c, std::int64_t stride, std::int64_t k, cplx<R> v) const
     {
         if (k == 0) {
@@ -96,16 +99,17 @@ void for_packed_values(const real_columns<R>& c, Move&& move)
 }
 
 template <class R>
-dft_status packed_rows(const column_kernel& k, const R* in, std::int64_t in_stride, std::int64_t in_row, std::int64_t in_count,
-                       R* out, std::int64_t out_stride, std::int64_t out_row, std::int64_t out_count, std::int64_t rows,
-                       void* block)
+dft_status packed_rows(const column_kernel& k, const R* in, std::int64_t in_stride, std::int64_t in_row,
+                       std::int64_t in_count, R* out, std::int64_t out_stride, std::int64_t out_row,
+                       std::int64_t out_count, std::int64_t rows, void* block)
 {
     for (std::int64_t j = 0; j < rows; ++j) {
         const R* x = in + j * in_row;
         R* y = out + j * out_row;
-        const dft_status s = in_stride == 1 && out_stride == 1
-                                 ? k.run(x, y, k.node, k.work)
-                                 : transform_columns<R, R>(k, {x, in_count, in_stride, 0}, {y, out_count, out_stride, 0}, 1, 0, block);
+        const dft_status s =
+            in_stride == 1 && out_stride == 1
+                ? k.run(x, y, k.node, k.work)
+                : transform_columns<R, R>(k, {x, in_count, in_stride, 0}, {y, out_count, out_stride, 0}, 1, 0, block);
         if (s != ok) return s;
     }
     return ok;
@@ -124,8 +128,8 @@ struct plane_strides {
 // same; the interior begins where each side's layout has it.
 template <class R>
 dft_status packed_column_pass(const descriptor* d, const R* from, std::int64_t from_row, R* to, std::int64_t to_row,
-                              std::int32_t to_layout, bool forward, std::int64_t first, std::int64_t last, void* block,
-                              void* work)
+                              std::int32_t to_layout, bool forward, std::int64_t first, std::int64_t last,
+                              void* block, void* work)
 {
     const descriptor* child = d->child;
     const std::int64_t n = d->length, m = child->length;
@@ -150,7 +154,8 @@ dft_status packed_column_pass(const descriptor* d, const R* from, std::int64_t f
     const std::int64_t begin = std::max<std::int64_t>(first, 1) - 1;
     using E = cplx<R>;
     return transform_columns<E, E>(k, {reinterpret_cast<const E*>(from + given.row.interior) + begin, m, from_row, 2},
-                                   {reinterpret_cast<E*>(to + made.row.interior) + begin, m, to_row, 2}, last - 1 - begin, 3, block);
+                                   {reinterpret_cast<E*>(to + made.row.interior) + begin, m, to_row, 2},
+                                   last - 1 - begin, 3, block);
 }
 
 // The pair of real columns and the complex ones.
@@ -159,7 +164,8 @@ inline std::int64_t packed_column_count(std::int64_t n) { return 1 + (n - 1) / 2
 template <class R>
 std::uint64_t packed_block(const descriptor* d)
 {
-    const auto m = static_cast<std::uint64_t>(d->child->length), longest = static_cast<std::uint64_t>(d->longest_length);
+    const auto m = static_cast<std::uint64_t>(d->child->length),
+               longest = static_cast<std::uint64_t>(d->longest_length);
     return sizeof(cplx<R>) * std::max(8 * m, longest + 2);
 }
 
@@ -172,7 +178,8 @@ dft_status packed_forward(const descriptor* d, const R* in, R* out, void* work)
     const real_columns<R> places(layout, n, m);
     const buffer block(packed_block<R>(d));
     const bool straight = s.out0 == 1;
-    const buffer copy(straight ? 0 : sizeof(R) * static_cast<std::uint64_t>(places.row.values * places.column.values));
+    const buffer copy(straight ? 0
+                               : sizeof(R) * static_cast<std::uint64_t>(places.row.values * places.column.values));
     if (!block || (!straight && !copy)) return no_memory;
     R* y = straight ? out : copy.as<R>();
     const std::int64_t y_row = straight ? s.out1 : places.row.values;
@@ -180,9 +187,11 @@ dft_status packed_forward(const descriptor* d, const R* in, R* out, void* work)
                                              places.row.values, m, block.block);
         st != ok)
         return st;
-    const dft_status st = packed_column_pass<R>(d, y, y_row, y, y_row, layout, true, 0, packed_column_count(n), block.block, work);
+    const dft_status st =
+        packed_column_pass<R>(d, y, y_row, y, y_row, layout, true, 0, packed_column_count(n), block.block, work);
     if (st == ok && !straight)
-        for_packed_values(places, [&](std::int64_t i, std::int64_t j) { out[i * s.out0 + j * s.out1] = y[i + j * y_row]; });
+        for_packed_values(places,
+                          [&](std::int64_t i, std::int64_t j) { out[i * s.out0 + j * s.out1] = y[i + j * y_row]; });
     return st;
 }
 
@@ -192,7 +201,8 @@ dft_status packed_backward(const descriptor* d, const R* in, R* out, void* work)
 {
     const std::int64_t n = d->length, m = d->child->length;
     const plane_strides s(d);
-    const std::int32_t layout = layout_of(d), rows_layout = rows_come_as_perm(d) ? static_cast<std::int32_t>(format_perm) : layout;
+    const std::int32_t layout = layout_of(d),
+                       rows_layout = rows_come_as_perm(d) ? static_cast<std::int32_t>(format_perm) : layout;
     const real_columns<R> places(layout, n, m);
     const std::int64_t row_values = packed_count(rows_layout, n);
     const bool straight_in = s.in0 == 1, straight_out = d->placement == in_place ? straight_in : s.out0 == 1;
@@ -207,15 +217,18 @@ dft_status packed_backward(const descriptor* d, const R* in, R* out, void* work)
     if (!straight_in) {
         R* copy = in_copy.as<R>();
         x_row = places.row.values;
-        for_packed_values(places, [&](std::int64_t i, std::int64_t j) { copy[i + j * x_row] = in[i * s.in0 + j * s.in1]; });
+        for_packed_values(places,
+                          [&](std::int64_t i, std::int64_t j) { copy[i + j * x_row] = in[i * s.in0 + j * s.in1]; });
         x = copy;
     }
     R* y = d->placement == in_place ? const_cast<R*>(x) : straight_out ? out : rows_copy.as<R>();
     const std::int64_t y_row = d->placement == in_place ? x_row : straight_out ? s.out1 : row_values;
-    if (const dft_status st = packed_column_pass<R>(d, x, x_row, y, y_row, rows_layout, false, 0, packed_column_count(n), block.block, work);
+    if (const dft_status st = packed_column_pass<R>(d, x, x_row, y, y_row, rows_layout, false, 0,
+                                                    packed_column_count(n), block.block, work);
         st != ok)
         return st;
-    return packed_rows<R>({d->real_backward_direct, d, work}, y, 1, y_row, row_values, out, s.out0, s.out1, n, m, block.block);
+    return packed_rows<R>({d->real_backward_direct, d, work}, y, 1, y_row, row_values, out, s.out0, s.out1, n, m,
+                          block.block);
 }
 
 } // namespace vrn::dft

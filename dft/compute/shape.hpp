@@ -1,5 +1,5 @@
-// dft/compute/shape.hpp - the dimensions of a chain on one side, and walks over positions. Shared with the host, which
-// deals the same positions out to threads.
+// dft/compute/shape.hpp - the dimensions of a chain on one side, and walks over positions. Shared with the host,
+// which deals the same positions out to threads.
 //
 // Strides count reals. Dimension 0 is the head's; a walk visits the positions of some dimensions in their order, the
 // first the fastest, and counts with carry. Lengths of 2 and more fill a 64-bit count long before most_dimensions.
@@ -18,7 +18,7 @@ struct shape {
     const descriptor* node[most_dimensions];
 
     // `first` replaces the head's length where that side has another: n / 2 + 1 values of a spectrum.
-    shape(const descriptor* head, std::int64_t descriptor::* side, std::int64_t reals, std::int64_t first)
+    shape(const descriptor* head, std::int64_t descriptor::*side, std::int64_t reals, std::int64_t first)
     {
         for (const descriptor* p = head; p != nullptr && rank < most_dimensions; p = p->child, ++rank) {
             length[rank] = rank == 0 ? first : p->length;
@@ -57,7 +57,7 @@ class position_walk {
     int from_, skip_;
     std::int64_t counter_[most_dimensions];
 
-public:
+  public:
     std::int64_t offset_a = 0, offset_b = 0;
 
     position_walk(const shape& a, const shape& b, int from, int skip, std::int64_t first)

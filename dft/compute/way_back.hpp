@@ -1,4 +1,5 @@
-// dft/compute/way_back.hpp - where a complex spectrum of several dimensions is worked on backward. Shared with the host.
+// dft/compute/way_back.hpp - where a complex spectrum of several dimensions is worked on backward. Shared with the
+// host.
 #pragma once
 
 #include "dft/compute/shape.hpp"
@@ -14,10 +15,10 @@ struct way_back {
     shape given, reals, carried; // the spectrum as given; the result; the spectrum as it is worked on
     road_back road;
     explicit way_back(const descriptor* d)
-        : given(d, &descriptor::input_stride, 2, d->length / 2 + 1), reals(d, &descriptor::output_stride, 1, d->length),
-          carried(given)
+        : given(d, &descriptor::input_stride, 2, d->length / 2 + 1),
+          reals(d, &descriptor::output_stride, 1, d->length), carried(given)
     {
-        road = d->placement == in_place                          ? road_back::in_place
+        road = d->placement == in_place                      ? road_back::in_place
                : d->length % 2 == 0 && d->output_stride == 1 ? road_back::in_output
                                                              : road_back::copy;
         if (road == road_back::in_output) {

@@ -3,9 +3,9 @@
 // The class table is how the host reads and changes one; the service table is where it leaves its threads. Both
 // tables are the only statics. Records are zeroed at creation, so a partly made one can always be destroyed.
 
+#include "dft/commit/walk.hpp"
 #include "dft/descriptor/functions.hpp"
 #include "dft/descriptor/tensor.hpp"
-#include "dft/commit/walk.hpp"
 #include "dft/primitive/primitive.hpp"
 #include "frame/export.hpp"
 #include "frame/services.hpp"
@@ -76,7 +76,7 @@ descriptor* new_record()
 
 // ---- class table ----
 
-dft_status get_strides(const descriptor* d, std::int64_t offset, std::int64_t triple::* side, std::int64_t* strides)
+dft_status get_strides(const descriptor* d, std::int64_t offset, std::int64_t triple::*side, std::int64_t* strides)
 {
     *strides++ = offset;
     for (std::int32_t i = 0; i < d->user_dims.count; ++i) *strides++ = d->user_dims.at[i].*side;
@@ -90,7 +90,7 @@ dft_status get_output_strides(const descriptor* d, std::int64_t* strides)
 {
     return get_strides(d, d->output_offset, &triple::output_stride, strides);
 }
-dft_status set_strides(descriptor* d, std::int64_t& offset, std::int64_t triple::* side, const std::int64_t* strides)
+dft_status set_strides(descriptor* d, std::int64_t& offset, std::int64_t triple::*side, const std::int64_t* strides)
 {
     d->decommit(d);
     offset = *strides++;
@@ -238,15 +238,30 @@ dft_status clone(const descriptor* d, descriptor** copy)
 }
 
 constexpr descriptor_class_table class_table = {
-    class_commit,       class_recommit,      get_input_strides,   get_output_strides,
-    set_input_strides,  set_output_strides,  get_lengths,         get_name,
-    set_name,           get_scale,           set_scale,           clone,
-    get_input_distance, get_output_distance, get_number_of_transforms, set_input_distance,
-    set_output_distance, set_number_of_transforms, get_thread_limit, set_thread_limit,
+    class_commit,
+    class_recommit,
+    get_input_strides,
+    get_output_strides,
+    set_input_strides,
+    set_output_strides,
+    get_lengths,
+    get_name,
+    set_name,
+    get_scale,
+    set_scale,
+    clone,
+    get_input_distance,
+    get_output_distance,
+    get_number_of_transforms,
+    set_input_distance,
+    set_output_distance,
+    set_number_of_transforms,
+    get_thread_limit,
+    set_thread_limit,
 };
 
 // The first dimension given is the fastest: each stride still unset is the product of what lies before.
-void default_strides(dim_tensor& t, std::int64_t triple::* side)
+void default_strides(dim_tensor& t, std::int64_t triple::*side)
 {
     std::int64_t product = 1;
     for (std::int32_t i = 0; i < t.count; ++i) {

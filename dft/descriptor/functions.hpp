@@ -33,7 +33,8 @@ using plane_real = dft_status(const descriptor* d, const void* in, void* out, vo
 // `columns` transforms of `node`, `distance` apart, each along the node's stride; the block holds 2 to the `order`
 // columns, and null has the pass allocate its own. The _out forms go from input to output strides.
 using column_pass = dft_status(void* data, std::int64_t distance, kernel_function* kernel, const descriptor* node,
-                               std::int64_t columns, std::int64_t length, void* block, std::int32_t order, void* work);
+                               std::int64_t columns, std::int64_t length, void* block, std::int32_t order,
+                               void* work);
 using column_out_pass = dft_status(const void* in, void* out, std::int64_t in_distance, std::int64_t out_distance,
                                    kernel_function* kernel, const descriptor* node, std::int64_t columns,
                                    std::int64_t length, void* block, std::int32_t order, void* work);
@@ -56,7 +57,8 @@ using columns_part = dft_status(const std::int64_t* strides, const descriptor* n
 // ---- pieces of real transforms: rows, columns or units first to last - 1 (compute/real.cpp) ----
 using real_part = dft_status(const descriptor* d, const void* in, void* out, std::int64_t first, std::int64_t last,
                              void* work);
-using real_part_in_place = dft_status(const descriptor* d, void* data, std::int64_t first, std::int64_t last, void* work);
+using real_part_in_place = dft_status(const descriptor* d, void* data, std::int64_t first, std::int64_t last,
+                                      void* work);
 using real_units = dft_status(const descriptor* d, void* spectrum, std::int32_t dim, std::int64_t first,
                               std::int64_t last, void* work);
 
@@ -89,14 +91,15 @@ vrn::dft::core_commit_function vrn_dft_commit_node_d_c2c_1d_omp, vrn_dft_commit_
     vrn::dft::parallel_import vrn_dft_compute_forward_##type##_par, vrn_dft_compute_forward_##type##_out_par;
 #define VRN_DFT_IMPORTS_BACK(type)                                                                                   \
     vrn::dft::parallel_import vrn_dft_compute_backward_##type##_par, vrn_dft_compute_backward_##type##_out_par;
-VRN_DFT_IMPORTS(c) VRN_DFT_IMPORTS(z) VRN_DFT_IMPORTS(s) VRN_DFT_IMPORTS(d) VRN_DFT_IMPORTS(sc) VRN_DFT_IMPORTS(dz)
-VRN_DFT_IMPORTS_BACK(c) VRN_DFT_IMPORTS_BACK(z) VRN_DFT_IMPORTS_BACK(s) VRN_DFT_IMPORTS_BACK(d)
-VRN_DFT_IMPORTS_BACK(cs) VRN_DFT_IMPORTS_BACK(zd)
+VRN_DFT_IMPORTS(c)
+VRN_DFT_IMPORTS(z) VRN_DFT_IMPORTS(s) VRN_DFT_IMPORTS(d) VRN_DFT_IMPORTS(sc) VRN_DFT_IMPORTS(dz)
+    VRN_DFT_IMPORTS_BACK(c) VRN_DFT_IMPORTS_BACK(z) VRN_DFT_IMPORTS_BACK(s) VRN_DFT_IMPORTS_BACK(d)
+        VRN_DFT_IMPORTS_BACK(cs) VRN_DFT_IMPORTS_BACK(zd)
 #undef VRN_DFT_IMPORTS
 #undef VRN_DFT_IMPORTS_BACK
 
-vrn::dft::create_1d_function vrn_dft_s42_dfti_create_dc1d, vrn_dft_s42_dfti_create_dr1d, vrn_dft_s42_dfti_create_sc1d,
-    vrn_dft_s42_dfti_create_sr1d;
+            vrn::dft::create_1d_function vrn_dft_s42_dfti_create_dc1d,
+    vrn_dft_s42_dfti_create_dr1d, vrn_dft_s42_dfti_create_sc1d, vrn_dft_s42_dfti_create_sr1d;
 vrn::dft::create_node_function vrn_dft_s42_dfti_create_node;
 }
 #pragma GCC visibility pop

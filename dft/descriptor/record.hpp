@@ -54,10 +54,10 @@ inline constexpr int key_forward_scale = 4;
 inline constexpr int key_backward_scale = 5;
 
 // Bits of `flags`.
-inline constexpr std::uint8_t flag_simple = 1;   // one unit-stride transform on one thread
-inline constexpr std::uint8_t flag_plane = 2;    // one two-dimensional transform on one thread
-inline constexpr std::uint8_t flag_via_2d = 4;   // one transform through the two-dimensional strategy
-inline constexpr std::uint8_t flag_inner = 8;    // owned by another descriptor
+inline constexpr std::uint8_t flag_simple = 1; // one unit-stride transform on one thread
+inline constexpr std::uint8_t flag_plane = 2;  // one two-dimensional transform on one thread
+inline constexpr std::uint8_t flag_via_2d = 4; // one transform through the two-dimensional strategy
+inline constexpr std::uint8_t flag_inner = 8;  // owned by another descriptor
 
 inline constexpr std::int32_t descriptor_magic = 0x544644;
 inline constexpr std::int64_t stride_unset = INT64_MIN;
@@ -72,8 +72,9 @@ struct dim_tensor {
     triple* at;
 };
 
-// Data is passed as it stands in a compute call: interleaved arrays as `in` and `out`, split storage as an array of two
-// pointers (re, im; in place) or four (in re, in im, out re, out im) in `in`. In place `out` is null and not read.
+// Data is passed as it stands in a compute call: interleaved arrays as `in` and `out`, split storage as an array of
+// two pointers (re, im; in place) or four (in re, in im, out re, out im) in `in`. In place `out` is null and not
+// read.
 using compute_function = dft_status(descriptor* d, void* in, void* out);
 // One contiguous transform of a node; split storage passes arrays of two pointers. `work` has node_work_size bytes.
 using kernel_function = dft_status(const void* in, void* out, const descriptor* node, void* work);
@@ -124,15 +125,15 @@ using worker_function = void(int thread, int team, void* argument);
 
 // What the host fills in: slots 1, 3, 4, 6, 7 and 11 are read here, the others are its own.
 struct dft_thread_services {
-    std::int32_t (*mode)();         // 1: 0 switches the thread-limiting heuristics off
+    std::int32_t (*mode)(); // 1: 0 switches the thread-limiting heuristics off
     void* slot_2;
     std::int32_t (*max_threads)();  // 3
     std::int32_t (*thread_count)(); // 4: what those heuristics count with
     void* slot_5;
-    std::int64_t (*cache_size)();   // 6: bytes
+    std::int64_t (*cache_size)();                                               // 6: bytes
     void (*run)(std::int32_t threads, worker_function* worker, void* argument); // 7
     void *slot_8, *slot_9, *slot_10;
-    std::int32_t (*pinned)();       // 11: non-zero pins the thread limit at 1
+    std::int32_t (*pinned)(); // 11: non-zero pins the thread limit at 1
     void* slot_12;
 };
 

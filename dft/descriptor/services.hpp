@@ -1,8 +1,8 @@
 // dft/descriptor/services.hpp - the host's transforms as other families import them: two spellings of one interface.
 //
 // Handles are passed as they are, but by address where they are made or freed and in the whole by-reference spelling.
-// Arrays follow as the configuration has them: (data) in place, (in, out) not in place, with split storage (re, im) or
-// (in re, in im, out re, out im). Statuses and numbers are those of record.hpp and vrn/dft.h.
+// Arrays follow as the configuration has them: (data) in place, (in, out) not in place, with split storage (re, im)
+// or (in re, in im, out re, out im). Statuses and numbers are those of record.hpp and vrn/dft.h.
 #pragma once
 
 #include "dft/descriptor/record.hpp"
@@ -11,8 +11,10 @@
 extern "C" {
 
 // By value.
-std::int32_t vrn_dft_dfticreatedescriptor_d_1d(vrn::dft::descriptor** handle, std::int32_t domain, std::int64_t length);
-std::int32_t vrn_dft_dfticreatedescriptor_s_1d(vrn::dft::descriptor** handle, std::int32_t domain, std::int64_t length);
+std::int32_t vrn_dft_dfticreatedescriptor_d_1d(vrn::dft::descriptor** handle, std::int32_t domain,
+                                               std::int64_t length);
+std::int32_t vrn_dft_dfticreatedescriptor_s_1d(vrn::dft::descriptor** handle, std::int32_t domain,
+                                               std::int64_t length);
 std::int32_t vrn_dft_dfticreatedescriptor_d_md(vrn::dft::descriptor** handle, std::int32_t domain, std::int32_t rank,
                                                const std::int64_t* lengths);
 std::int32_t vrn_dft_dfticreatedescriptor_s_md(vrn::dft::descriptor** handle, std::int32_t domain, std::int32_t rank,

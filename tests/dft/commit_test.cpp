@@ -81,12 +81,21 @@ TEST(DftCommit, TheFirstStrategyThatTakesIt)
         {{.what = "too much work", .lengths = {4096}}, "general: .*"},
         {{.what = "too long", .lengths = {4097}}, "general: .*"},
         {{.what = "batch of codelets", .lengths = {12}, .count = 3}, "general, 3 transforms: codelet 12"},
-        {{.what = "split", .lengths = {12}, .storage = VRN_DFT_SPLIT}, "split 1 x 12 flag 8 block 1 padded 1 units 1"},
-        {{.what = "split columns", .lengths = {12}, .count = 20, .storage = VRN_DFT_SPLIT, .time = {0, 20}, .time_distance = 1, .forward = 3},
+        {{.what = "split", .lengths = {12}, .storage = VRN_DFT_SPLIT},
+         "split 1 x 12 flag 8 block 1 padded 1 units 1"},
+        {{.what = "split columns",
+          .lengths = {12},
+          .count = 20,
+          .storage = VRN_DFT_SPLIT,
+          .time = {0, 20},
+          .time_distance = 1,
+          .forward = 3},
          "split 20 x 12 flag 8 block 8 padded 24 units 2 scaled apart"},
         {{.what = "split ranks", .lengths = {4, 6}, .storage = VRN_DFT_SPLIT},
-         "split ranks \\(split 6 x 4 flag 8 block 1 padded 1 units 1; split 4 x 6 flag 8 block 8 padded 8 units 1\\)"},
-        {{.what = "split loop", .lengths = {4, 6, 5}, .storage = VRN_DFT_SPLIT}, "split ranks \\(split 30 x 4 .*; split loop 5 \\(split 4 x 6 .*\\); split 24 x 5 .*\\)"},
+         "split ranks \\(split 6 x 4 flag 8 block 1 padded 1 units 1; split 4 x 6 flag 8 block 8 padded 8 units "
+         "1\\)"},
+        {{.what = "split loop", .lengths = {4, 6, 5}, .storage = VRN_DFT_SPLIT},
+         "split ranks \\(split 30 x 4 .*; split loop 5 \\(split 4 x 6 .*\\); split 24 x 5 .*\\)"},
         {{.what = "real", .lengths = {16}, .domain = real}, "general: real codelet 16"},
         {{.what = "square", .lengths = {8, 8}, .count = 3}, "small square 3 x 8"},
         {{.what = "no square", .lengths = {8, 9}}, "general: .*; codelet 9"},
@@ -95,24 +104,38 @@ TEST(DftCommit, TheFirstStrategyThatTakesIt)
         {{.what = "edge", .lengths = {17, 17}}, "general: codelet 17; .*"},
         {{.what = "cube", .lengths = {32, 32, 32}, .count = 2}, "small cube 2 x 32"},
         {{.what = "real cube", .lengths = {6, 6, 6}, .domain = real, .spectrum = complex_values}, "small cube 1 x 6"},
-        {{.what = "slab", .lengths = {20, 18, 10}}, "slab, 1 threads \\(general, 18 transforms: codelet 20; general, 20 transforms: .*"},
+        {{.what = "slab", .lengths = {20, 18, 10}},
+         "slab, 1 threads \\(general, 18 transforms: codelet 20; general, 20 transforms: .*"},
         {{.what = "slab of short lengths", .lengths = {9, 10, 11}, .threads = 2}, "slab, 2 threads .*"},
         {{.what = "short lengths, one thread", .lengths = {9, 10, 11}}, "general: .*"},
-        {{.what = "real slab", .lengths = {16, 17}, .domain = real, .spectrum = complex_values}, "slab, 1 threads \\(general: real codelet 16; .*"},
-        {{.what = "factored", .lengths = {16384}, .domain = real, .threads = 2}, "factored real 128 x 128, 2 threads"},
+        {{.what = "real slab", .lengths = {16, 17}, .domain = real, .spectrum = complex_values},
+         "slab, 1 threads \\(general: real codelet 16; .*"},
+        {{.what = "factored", .lengths = {16384}, .domain = real, .threads = 2},
+         "factored real 128 x 128, 2 threads"},
+        {{.what = "odd and over the limit", .lengths = {16777217}, .domain = real},
+         "real as complex \\(general: in two dimensions 16777217\\)"},
         {{.what = "not factored", .lengths = {16384}, .domain = real}, "general: .*"},
-        {{.what = "via 2d", .lengths = {65536}, .workspace = VRN_DFT_WORKSPACE_2D}, "general: in two dimensions 65536"},
+        {{.what = "via 2d", .lengths = {65536}, .workspace = VRN_DFT_WORKSPACE_2D},
+         "general: in two dimensions 65536"},
         {{.what = "a prime over the limit", .lengths = {33554467}}, "status 9"},
         {{.what = "packed ranks", .lengths = {4, 4, 4}, .domain = real}, "status 3"},
-        {{.what = "the rule of two", .lengths = {4, 4}, .domain = real, .spectrum = complex_values, .time = {0, 1, 4}, .frequency = {0, 1, 4}}, "status 3"},
+        {{.what = "the rule of two",
+          .lengths = {4, 4},
+          .domain = real,
+          .spectrum = complex_values,
+          .time = {0, 1, 4},
+          .frequency = {0, 1, 4}},
+         "status 3"},
     };
-    for (const auto& c : cases) EXPECT_TRUE(std::regex_match(plan_of(c.t), std::regex(c.line))) << c.t.what << ": " << plan_of(c.t);
+    for (const auto& c : cases)
+        EXPECT_TRUE(std::regex_match(plan_of(c.t), std::regex(c.line))) << c.t.what << ": " << plan_of(c.t);
 }
 
 TEST(DftCommit, WrongStatesAndValuesGiveTheirStatus)
 {
     vrn_dft_handle h = nullptr;
-    const std::int64_t n[] = {8, 6}, bad[] = {8, 0}, huge[] = {INT64_C(1) << 40, INT64_C(1) << 40}, strides[] = {0, 1, 8, 0};
+    const std::int64_t n[] = {8, 6}, bad[] = {8, 0}, huge[] = {INT64_C(1) << 40, INT64_C(1) << 40},
+                       strides[] = {0, 1, 8, 0};
     double x[128] = {};
     EXPECT_EQ(vrn_dft_create(nullptr, VRN_DFT_DOUBLE, VRN_DFT_COMPLEX, 1, n), VRN_DFT_BAD_CONFIGURATION);
     EXPECT_EQ(vrn_dft_create(&h, 1, VRN_DFT_COMPLEX, 1, n), VRN_DFT_BAD_VALUE);
@@ -157,19 +180,31 @@ TEST(DftCommit, WrongStatesAndValuesGiveTheirStatus)
     EXPECT_EQ(live, 0);
 }
 
-// Every request for memory of create, commit and compute is refused once. Whatever comes of it, a status says it, what
-// is committed is right, what is not can be committed again, and nothing is left behind.
+// Every request for memory of create, commit and compute is refused once. Whatever comes of it, a status says it,
+// what is committed is right, what is not can be committed again, and nothing is left behind.
 TEST(DftCommit, EveryRefusedAllocationLeavesThingsClean)
 {
     const transform cases[] = {
         {.what = "small", .lengths = {60}},
-        {.what = "strided", .lengths = {60}, .count = 9, .time = {0, 9}, .frequency = {0, 9}, .time_distance = 1, .frequency_distance = 1},
+        {.what = "strided",
+         .lengths = {60},
+         .count = 9,
+         .time = {0, 9},
+         .frequency = {0, 9},
+         .time_distance = 1,
+         .frequency_distance = 1},
         {.what = "chirp inside", .lengths = {1009}},
         {.what = "planes", .lengths = {12, 20, 6}, .forward = 2},
         {.what = "planes apart", .lengths = {12, 20, 6}, .placement = apart, .forward = 2, .threads = 2},
         {.what = "split", .lengths = {12, 20, 6}, .placement = apart, .storage = VRN_DFT_SPLIT},
         {.what = "real", .lengths = {12, 6}, .domain = real, .placement = apart},
-        {.what = "real, complex", .lengths = {13, 6, 5}, .domain = real, .placement = apart, .spectrum = complex_values},
+        {.what = "real, complex",
+         .lengths = {13, 6, 5},
+         .domain = real,
+         .placement = apart,
+         .spectrum = complex_values},
+        {.what = "real line", .lengths = {60}, .domain = real},
+        {.what = "odd real line", .lengths = {61}, .domain = real, .placement = apart, .format = VRN_DFT_PACK},
         {.what = "long", .lengths = {65536}, .workspace = VRN_DFT_WORKSPACE_2D},
         {.what = "cube", .lengths = {8, 8, 8}},
         {.what = "slab", .lengths = {20, 18, 10}, .threads = 2},
@@ -184,14 +219,16 @@ TEST(DftCommit, EveryRefusedAllocationLeavesThingsClean)
             refused_number = -1;
             const auto size = static_cast<std::size_t>(4 * t.total() * t.count + 64);
             std::vector<double> a(size), b(size), c(size), d(size);
-            for (std::size_t i = 0; i < a.size(); ++i) a[i] = static_cast<double>(i * 37 % 101), b[i] = static_cast<double>(i * 11 % 17);
+            for (std::size_t i = 0; i < a.size(); ++i)
+                a[i] = static_cast<double>(i * 37 % 101), b[i] = static_cast<double>(i * 11 % 17);
             vrn_dft_handle h = configured(t, VRN_DFT_DOUBLE, true);
             asked = 0;
             refused_number = number;
             auto all = [&] {
                 const std::int32_t s = vrn_dft_commit(h);
                 if (s != 0) return s;
-                return t.split() ? vrn_dft_forward_split(h, a.data(), b.data(), c.data(), d.data()) : vrn_dft_forward(h, a.data(), c.data());
+                return t.split() ? vrn_dft_forward_split(h, a.data(), b.data(), c.data(), d.data())
+                                 : vrn_dft_forward(h, a.data(), c.data());
             };
             const auto clean = a;
             std::int32_t s = all();
@@ -208,7 +245,8 @@ TEST(DftCommit, EveryRefusedAllocationLeavesThingsClean)
             // Another strategy may have stepped in, so not bit for bit.
             if (number < 0) reference = result;
             double error = 0, norm = 0;
-            for (std::size_t i = 0; i < result.size(); ++i) error += (result[i] - reference[i]) * (result[i] - reference[i]), norm += reference[i] * reference[i];
+            for (std::size_t i = 0; i < result.size(); ++i)
+                error += (result[i] - reference[i]) * (result[i] - reference[i]), norm += reference[i] * reference[i];
             EXPECT_LE(error, 1e-26 * norm);
             if (over) break;
             ASSERT_LT(number, 400);

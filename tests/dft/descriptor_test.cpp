@@ -25,25 +25,31 @@ TEST(DftDescriptor, FieldsStandInTheirOrder)
         EXPECT_EQ(offsetof(descriptor, f), expected) << #f;                                                          \
         end = expected + sizeof(T);                                                                                  \
     }
-    FIELD(compute_forward) FIELD(compute_backward) FIELD(active_method) FIELD(method_state) FIELD(commit_list)
-    FIELD(io_arg_count) FIELD(flags) FIELD(magic) FIELD(status) FIELD(user_dims) FIELD(user_batch) FIELD(rank)
-    FIELD(work_rank) FIELD(dims) FIELD(batch) FIELD(decommit) FIELD(destroy) FIELD(class_table) FIELD(services)
-    FIELD(name) FIELD(inherited_option) FIELD(forward_domain) FIELD(precision) FIELD(number_of_transforms)
-    FIELD(complex_storage) FIELD(real_storage) FIELD(conjugate_even_storage) FIELD(placement) FIELD(packed_format)
-    FIELD(input_stride) FIELD(output_stride) FIELD(option_inherited_2) FIELD(workspace_policy) FIELD(ordering)
-    FIELD(transpose_policy) FIELD(node_index) FIELD(length) FIELD(saved_real_buffers) FIELD(forward_scale_used)
-    FIELD(backward_scale_used) FIELD(forward_scale_used_single) FIELD(backward_scale_used_single) FIELD(forward_scale)
-    FIELD(backward_scale) FIELD(log2_length) FIELD(input_offset) FIELD(output_offset) FIELD(input_distance)
-    FIELD(output_distance) FIELD(uses_primitive_plan) FIELD(total_elements) FIELD(child) FIELD(backward_kernel)
-    FIELD(forward_kernel) FIELD(parallel_backward) FIELD(parallel_forward) FIELD(real_backward_direct)
-    FIELD(real_forward_direct) FIELD(two_level_compute) FIELD(real_2d_forward) FIELD(real_2d_backward)
-    FIELD(real_backward_kernel) FIELD(real_forward_kernel) FIELD(longest_length) FIELD(plan_complex_single)
-    FIELD(plan_complex_double) FIELD(plan_split_single) FIELD(plan_split_double) FIELD(plan_real_single)
-    FIELD(plan_real_double) FIELD(plan_scrambled_single) FIELD(plan_scrambled_double) FIELD(node_work_size)
-    FIELD(work_size) FIELD(user_threads) FIELD(thread_count) FIELD(thread_limit) FIELD(option_inherited_3)
-    FIELD(real_md_pack_flag) FIELD(via_2d) FIELD(via_2d_release) FIELD(thread_mode)
+    FIELD(compute_forward)
+    FIELD(compute_backward) FIELD(active_method) FIELD(method_state) FIELD(commit_list) FIELD(io_arg_count) FIELD(
+        flags) FIELD(magic) FIELD(status) FIELD(user_dims) FIELD(user_batch) FIELD(rank) FIELD(work_rank) FIELD(dims)
+        FIELD(batch) FIELD(decommit) FIELD(destroy) FIELD(class_table) FIELD(services) FIELD(name)
+            FIELD(inherited_option) FIELD(forward_domain) FIELD(precision) FIELD(number_of_transforms) FIELD(
+                complex_storage) FIELD(real_storage) FIELD(conjugate_even_storage) FIELD(placement)
+                FIELD(packed_format) FIELD(input_stride) FIELD(output_stride) FIELD(option_inherited_2) FIELD(
+                    workspace_policy) FIELD(ordering) FIELD(transpose_policy) FIELD(node_index) FIELD(length)
+                    FIELD(saved_real_buffers) FIELD(forward_scale_used) FIELD(backward_scale_used) FIELD(
+                        forward_scale_used_single) FIELD(backward_scale_used_single) FIELD(forward_scale)
+                        FIELD(backward_scale) FIELD(log2_length) FIELD(input_offset) FIELD(output_offset) FIELD(
+                            input_distance) FIELD(output_distance) FIELD(uses_primitive_plan) FIELD(total_elements)
+                            FIELD(child) FIELD(backward_kernel) FIELD(forward_kernel) FIELD(parallel_backward)
+                                FIELD(parallel_forward) FIELD(real_backward_direct) FIELD(real_forward_direct)
+                                    FIELD(two_level_compute) FIELD(real_2d_forward) FIELD(real_2d_backward) FIELD(
+                                        real_backward_kernel) FIELD(real_forward_kernel) FIELD(longest_length)
+                                        FIELD(plan_complex_single) FIELD(plan_complex_double) FIELD(plan_split_single)
+                                            FIELD(plan_split_double) FIELD(plan_real_single) FIELD(plan_real_double)
+                                                FIELD(plan_scrambled_single) FIELD(plan_scrambled_double)
+                                                    FIELD(node_work_size) FIELD(work_size) FIELD(user_threads)
+                                                        FIELD(thread_count) FIELD(thread_limit)
+                                                            FIELD(option_inherited_3) FIELD(real_md_pack_flag)
+                                                                FIELD(via_2d) FIELD(via_2d_release) FIELD(thread_mode)
 #undef FIELD
-    EXPECT_EQ(sizeof(descriptor), (end + 7) / 8 * 8);
+                                                                    EXPECT_EQ(sizeof(descriptor), (end + 7) / 8 * 8);
     EXPECT_EQ(offsetof(descriptor, status), 52U);
     EXPECT_EQ(offsetof(descriptor, child) % 8, 0U);
     EXPECT_EQ(sizeof(descriptor_class_table), 20 * sizeof(void*));
@@ -65,7 +71,9 @@ TEST(DftDescriptor, CreatorsAndTheirRefusals)
     EXPECT_EQ(d, nullptr);
     ASSERT_EQ(d1(&d, 1), ok);
     EXPECT_EQ(d->user_dims.count, 1);
-    EXPECT_EQ(d->user_dims.at[0].length * 100 + d->user_dims.at[0].input_stride * 10 + d->user_dims.at[0].output_stride, 111);
+    EXPECT_EQ(d->user_dims.at[0].length * 100 + d->user_dims.at[0].input_stride * 10 +
+                  d->user_dims.at[0].output_stride,
+              111);
     d->destroy(d);
     ASSERT_EQ(md(&d, 3, good), ok);
     EXPECT_EQ(d->precision, precision_single);

@@ -23,7 +23,8 @@ struct transform {
     std::vector<std::int64_t> lengths;
     int domain = VRN_DFT_COMPLEX;
     std::int64_t count = 1;
-    int placement = VRN_DFT_IN_PLACE, storage = VRN_DFT_COMPLEX_VALUES, spectrum = VRN_DFT_PACKED, format = VRN_DFT_CCS;
+    int placement = VRN_DFT_IN_PLACE, storage = VRN_DFT_COMPLEX_VALUES, spectrum = VRN_DFT_PACKED,
+        format = VRN_DFT_CCS;
     // Offset and strides by side, time first; empty: contiguous, padded where a packed or in-place layout needs it.
     std::vector<std::int64_t> time{}, frequency{};
     std::int64_t time_distance = 0, frequency_distance = 0;
@@ -34,7 +35,10 @@ struct transform {
     bool real() const { return domain == VRN_DFT_REAL; }
     bool cce() const { return real() && spectrum == VRN_DFT_COMPLEX_VALUES; }
     bool split() const { return !real() && storage == VRN_DFT_SPLIT; }
-    std::int64_t total() const { return std::accumulate(lengths.begin(), lengths.end(), std::int64_t{1}, std::multiplies<>()); }
+    std::int64_t total() const
+    {
+        return std::accumulate(lengths.begin(), lengths.end(), std::int64_t{1}, std::multiplies<>());
+    }
     std::int64_t packed(std::size_t d) const { return format == VRN_DFT_CCS ? 2 * (lengths[d] / 2 + 1) : lengths[d]; }
 };
 
@@ -108,10 +112,11 @@ class sides {
         return p;
     }
 
-public:
+  public:
     explicit sides(const transform& t) : t_(t) {}
 
-    void put(std::vector<place>& list, bool time, std::int64_t b, const std::vector<oracle::wide>& x, long double scale) const
+    void put(std::vector<place>& list, bool time, std::int64_t b, const std::vector<oracle::wide>& x,
+             long double scale) const
     {
         if (t_.real() && !time && !t_.cce()) return put_packed(list, b, x, scale);
         const bool halved = t_.cce() && !time, complex = !t_.real() || halved;
@@ -123,14 +128,19 @@ public:
             else list.push_back({0, 2 * i, v.real()}), list.push_back({0, 2 * i + 1, v.imag()});
         });
     }
-    void put_packed(std::vector<place>& list, std::int64_t b, const std::vector<oracle::wide>& x, long double scale) const
+    void put_packed(std::vector<place>& list, std::int64_t b, const std::vector<oracle::wide>& x,
+                    long double scale) const
     {
-        const auto n = static_cast<std::size_t>(t_.lengths[0]), m = t_.rank() > 1 ? static_cast<std::size_t>(t_.lengths[1]) : 1;
+        const auto n = static_cast<std::size_t>(t_.lengths[0]),
+                   m = t_.rank() > 1 ? static_cast<std::size_t>(t_.lengths[1]) : 1;
         for (std::size_t j = 0; j < m; ++j) {
-            const auto row = pack({x.begin() + static_cast<std::ptrdiff_t>(j * n), x.begin() + static_cast<std::ptrdiff_t>((j + 1) * n)});
+            const auto row = pack({x.begin() + static_cast<std::ptrdiff_t>(j * n),
+                                   x.begin() + static_cast<std::ptrdiff_t>((j + 1) * n)});
             for (std::size_t i = 0; i < row.size(); ++i) {
                 // The real columns are packed downwards below.
-                const bool last = n % 2 == 0 && i == (t_.format == VRN_DFT_PERM ? 1 : row.size() - (t_.format == VRN_DFT_CCS ? 2 : 1));
+                const bool last =
+                    n % 2 == 0 &&
+                    i == (t_.format == VRN_DFT_PERM ? 1 : row.size() - (t_.format == VRN_DFT_CCS ? 2 : 1));
                 if (t_.rank() > 1 && (i == 0 || last)) continue;
                 std::vector<std::int64_t> p{static_cast<std::int64_t>(i)};
                 if (t_.rank() > 1) p.push_back(static_cast<std::int64_t>(j));
@@ -143,7 +153,10 @@ public:
             std::vector<oracle::wide> column;
             for (std::size_t j = 0; j < m; ++j) column.push_back(x[j * n + k]);
             const auto packed = pack(column);
-            const std::int64_t i = k == 0 ? 0 : t_.format == VRN_DFT_PERM ? 1 : t_.format == VRN_DFT_CCS ? t_.lengths[0] : t_.lengths[0] - 1;
+            const std::int64_t i = k == 0                      ? 0
+                                   : t_.format == VRN_DFT_PERM ? 1
+                                   : t_.format == VRN_DFT_CCS  ? t_.lengths[0]
+                                                               : t_.lengths[0] - 1;
             for (std::size_t j = 0; j < packed.size(); ++j)
                 list.push_back({0, at(false, b, {i, static_cast<std::int64_t>(j)}), packed[j] * scale});
         }
@@ -162,7 +175,8 @@ struct buffers {
     void reserve(const std::vector<place>& list)
     {
         for (const place& p : list)
-            if (const auto size = static_cast<std::size_t>(p.index) + 9; array[p.array].size() < size) array[p.array].resize(size, guard());
+            if (const auto size = static_cast<std::size_t>(p.index) + 9; array[p.array].size() < size)
+                array[p.array].resize(size, guard());
     }
     void write(const std::vector<place>& list)
     {
@@ -175,7 +189,9 @@ inline vrn_dft_handle configured(const transform& t, int precision, bool to_freq
 {
     vrn_dft_handle h = nullptr;
     EXPECT_EQ(vrn_dft_create(&h, precision, t.domain, t.rank(), t.lengths.data()), 0) << t.what;
-    auto set = [&](int key, std::int64_t value) { EXPECT_EQ(vrn_dft_set_int(h, key, value), 0) << t.what << " key " << key; };
+    auto set = [&](int key, std::int64_t value) {
+        EXPECT_EQ(vrn_dft_set_int(h, key, value), 0) << t.what << " key " << key;
+    };
     set(VRN_DFT_TRANSFORMS, t.count);
     set(VRN_DFT_PLACEMENT, t.placement);
     set(VRN_DFT_COMPLEX_STORAGE, t.storage);
@@ -198,7 +214,8 @@ template <class R>
 std::int32_t computed(vrn_dft_handle h, const transform& t, bool to_frequency, buffers<R>& in, buffers<R>& out)
 {
     if (t.split())
-        return (to_frequency ? vrn_dft_forward_split : vrn_dft_backward_split)(h, in.data(0), in.data(1), out.data(0), out.data(1));
+        return (to_frequency ? vrn_dft_forward_split : vrn_dft_backward_split)(h, in.data(0), in.data(1), out.data(0),
+                                                                               out.data(1));
     return (to_frequency ? vrn_dft_forward : vrn_dft_backward)(h, in.data(0), out.data(0));
 }
 
@@ -254,7 +271,8 @@ void check_transform(const transform& given, std::string* plan = nullptr)
         }
         // Rounding errors of a fast transform grow with the logarithm of its length (Gentleman and Sande 1966); short
         // primes and the chirp, whose length is four times as long and more, set the factor.
-        const long double bound = 5 * std::numeric_limits<R>::epsilon() * (2 + std::log2(static_cast<long double>(t.total())));
+        const long double bound =
+            5 * std::numeric_limits<R>::epsilon() * (2 + std::log2(static_cast<long double>(t.total())));
         EXPECT_LE(std::sqrt(error), bound * std::sqrt(norm)) << (forward ? "forward" : "backward");
 
         // What is no place keeps its bits: of the result, and out of place all of the input.
@@ -269,9 +287,12 @@ void check_transform(const transform& given, std::string* plan = nullptr)
         mend(expected);
         if (inplace) mend(input);
         for (int a = 0; a < 2; ++a) {
-            EXPECT_EQ(std::memcmp(mended.array[a].data(), before.array[a].data(), sizeof(R) * before.array[a].size()), 0) << "outside";
+            EXPECT_EQ(std::memcmp(mended.array[a].data(), before.array[a].data(), sizeof(R) * before.array[a].size()),
+                      0)
+                << "outside";
             if (inplace) continue;
-            EXPECT_EQ(std::memcmp(in.array[a].data(), before_in.array[a].data(), sizeof(R) * in.array[a].size()), 0) << "input";
+            EXPECT_EQ(std::memcmp(in.array[a].data(), before_in.array[a].data(), sizeof(R) * in.array[a].size()), 0)
+                << "input";
         }
     }
 }
