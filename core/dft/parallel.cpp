@@ -36,7 +36,6 @@ struct part {
 
 // A team with scratch memory for each thread and one status: the first failure stops the steps that follow.
 class team_run {
-    const descriptor* d_;
     std::atomic<dft_status> status_{ok};
     std::byte* work_ = nullptr;
     std::uint64_t each_;
@@ -44,7 +43,7 @@ class team_run {
 
   public:
     explicit team_run(const descriptor* d)
-        : d_(d), each_((d->work_size + 4095) / 4096 * 4096), threads_(std::max(d->thread_count, 1))
+        : each_((d->work_size + 4095) / 4096 * 4096), threads_(std::max(d->thread_count, 1))
     {
         double bytes = static_cast<double>(d->total_elements) * static_cast<double>(d->number_of_transforms) * 16;
         if (bytes < threads_from_bytes) threads_ = 1;
