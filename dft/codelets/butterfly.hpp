@@ -46,7 +46,7 @@ constexpr int inverse(int a, int n)
 // Rows of a power of a prime: 4 by m for 2^k, p by m else.
 constexpr int rows_of(int n)
 {
-    return n % 4 == 0 ? (n == 8 ? 2 : n == 64 ? 8 : 4) : smallest_prime(n);
+    return n % 4 == 0 ? (n == 8 ? 2 : n == 64 || n == 128 ? 8 : 4) : smallest_prime(n);
 }
 
 // x exp(-2 pi i K / N), the easy ones without products of all four parts.

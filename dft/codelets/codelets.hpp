@@ -57,6 +57,12 @@ struct direct_tables {
 };
 extern const direct_tables<double> direct_tables_d;
 extern const direct_tables<float> direct_tables_s;
+template <class R>
+const direct_tables<R>& direct_tables_of();
+template <>
+inline const direct_tables<double>& direct_tables_of<double>() { return direct_tables_d; }
+template <>
+inline const direct_tables<float>& direct_tables_of<float>() { return direct_tables_s; }
 
 // ---- real direct kernels ----
 // Lengths 2, 4, 8, 16, 32 and 64 at index log2 n. `format` is 54 (CCS), 55 (PACK), 56 (PERM) or 57 (CCE); 54 and 57
@@ -70,5 +76,11 @@ struct real_tables {
 };
 extern const real_tables<double> real_codelets_d;
 extern const real_tables<float> real_codelets_s;
+template <class R>
+const real_tables<R>& real_codelets();
+template <>
+inline const real_tables<double>& real_codelets<double>() { return real_codelets_d; }
+template <>
+inline const real_tables<float>& real_codelets<float>() { return real_codelets_s; }
 
 } // namespace vrn::dft

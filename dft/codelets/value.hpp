@@ -19,6 +19,7 @@ namespace vrn::dft {
 // On lambdas: their bodies, too, are part of the kernel that writes them.
 #define VRN_HERE __attribute__((always_inline))
 
+using simd::held;
 using simd::unroll;
 using simd::vec;
 

@@ -12,8 +12,8 @@ namespace vrn::dft {
 
 inline constexpr int batch_widths = 13;
 
-// The kind of a plan decides its work function; kind 9 is none.
-struct batch_plan {
+// A plan of one width.
+struct batch_width {
     std::int64_t width;
     std::uint64_t work_size; // bytes
 };
@@ -23,7 +23,7 @@ struct batch_plan_record {
     std::uint64_t largest_work;
     std::int64_t preferred_width;
     std::int64_t n, n1, n2;         // n2 is 1 where one pass does
-    batch_plan plans[batch_widths]; // width 0 where there is none; either direction
+    batch_width plans[batch_widths]; // width 0 where there is none; either direction
     std::int64_t* places;           // output index of butterfly output k1, k2: forward, then backward, n each
     void* twiddles;                 // n2 rows of n1, two vectors each
 };

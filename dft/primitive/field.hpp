@@ -54,14 +54,27 @@ VRN_INLINE void store_part(vec<float> v, float* p, int count)
     else v.store1(p);
 }
 
+// Halves of vectors to memory. Spelt out: compilers join two neighbours with a shuffle, and stores have room where
+// shuffles do not.
+template <class R>
+VRN_INLINE void store_low(vec<R> v, R* p)
+{
+    asm("movlps %1, %0" : "=m"(*reinterpret_cast<R(*)[8 / sizeof(R)]>(p)) : "x"(v.v));
+}
+template <class R>
+VRN_INLINE void store_high(vec<R> v, R* p)
+{
+    asm("movhps %1, %0" : "=m"(*reinterpret_cast<R(*)[8 / sizeof(R)]>(p)) : "x"(v.v));
+}
+
 // ---- interleaved memory ----
 
 // One complex value for each lane, from the given places.
 template <bool Exchange>
 VRN_INLINE apart<double> gather(const double* const (&from)[2], std::ptrdiff_t offset)
 {
-    const __m128d a = _mm_loadu_pd(from[0] + offset), b = _mm_loadu_pd(from[1] + offset);
-    const vec<double> re{_mm_unpacklo_pd(a, b)}, im{_mm_unpackhi_pd(a, b)};
+    const double *a = from[0] + offset, *b = from[1] + offset;
+    const vec<double> re{_mm_loadh_pd(_mm_load_sd(a), b)}, im{_mm_loadh_pd(_mm_load_sd(a + 1), b + 1)};
     if constexpr (Exchange) return {im, re};
     else return {re, im};
 }
@@ -107,34 +120,30 @@ VRN_INLINE void interleave(apart<float> x, float* to, int count)
     if (count > 2) store_part(high, to + 4, count == 4 ? 4 : 2);
 }
 
-// Lane l of x[0 .. N-1] goes to to + l * distance, side by side; the first `count` lanes.
+// Lane l of x[0 .. N-1] goes to to + l * distance, `step` reals for each vector; the first `count` lanes.
 template <int N>
 VRN_INLINE void store_lanes(const vec<double> (&x)[N], double* to, std::ptrdiff_t distance, int step, int count)
 {
-    unroll<N / 2>([&](auto h) VRN_HERE {
-        constexpr int k = 2 * decltype(h)::value;
-        _mm_storeu_pd(to + step * k, _mm_unpacklo_pd(x[k].v, x[k + 1].v));
-        if (count == 2) _mm_storeu_pd(to + distance + step * k, _mm_unpackhi_pd(x[k].v, x[k + 1].v));
+    unroll<N>([&](auto k) VRN_HERE {
+        double* at = to + k % 2 + step * (k - k % 2);
+        store_low(x[k], at);
+        if (count == 2) store_high(x[k], at + distance);
     });
-    if constexpr (N % 2 != 0) {
-        _mm_storel_pd(to + N - 1, x[N - 1].v);
-        if (count == 2) _mm_storeh_pd(to + distance + N - 1, x[N - 1].v);
-    }
 }
 template <int N>
 VRN_INLINE void store_lanes(const vec<float> (&x)[N], float* to, std::ptrdiff_t distance, int step, int count)
 {
-    unroll<(N + 3) / 4>([&](auto h) VRN_HERE {
-        constexpr int k = 4 * decltype(h)::value, have = N - k < 4 ? N - k : 4;
-        __m128 t[4];
-        unroll<4>([&](auto i) VRN_HERE { t[i] = x[i < have ? k + i : N - 1].v; });
-        const __m128 a = _mm_unpacklo_ps(t[0], t[1]), b = _mm_unpacklo_ps(t[2], t[3]);
-        const __m128 c = _mm_unpackhi_ps(t[0], t[1]), d = _mm_unpackhi_ps(t[2], t[3]);
-        const __m128 row[4] = {_mm_movelh_ps(a, b), _mm_movehl_ps(b, a), _mm_movelh_ps(c, d), _mm_movehl_ps(d, c)};
-        unroll<4>([&](auto l) VRN_HERE {
-            if (l < count) store_part({row[l]}, to + l * distance + step * k, have);
-        });
+    unroll<N / 2>([&](auto h) VRN_HERE {
+        constexpr int k = 2 * decltype(h)::value;
+        float* at = to + k % 4 + step * (k - k % 4);
+        const vec<float> low{_mm_unpacklo_ps(x[k].v, x[k + 1].v)}, high{_mm_unpackhi_ps(x[k].v, x[k + 1].v)};
+        store_low(low, at);
+        if (count > 1) store_high(low, at + distance);
+        if (count > 2) store_low(high, at + 2 * distance);
+        if (count > 3) store_high(high, at + 3 * distance);
     });
+    if constexpr (N % 2 != 0)
+        for (int l = 0; l < count; ++l) to[l * distance + (N - 1) % 4 + step * (N - 1 - (N - 1) % 4)] = x[N - 1].lane(l);
 }
 
 } // namespace vrn::dft

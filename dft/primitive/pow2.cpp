@@ -86,10 +86,14 @@ void free_pow2(pow2_plan* plan)
 template <class R>
 void run_pow2(const pow2_plan* plan, direction d, const R* in, R* out, std::byte* work)
 {
-    // The stages of order 6 are one codelet too: the same factors, held in registers where passes go through memory.
+    // The stages of orders 6 and 7 are one codelet too: the same factors, held in registers where passes go through
+    // memory.
     if (1 << plan->order <= longest_codelet) {
         const auto& table = codelets<R>();
         (d == direction::forward ? table.forward : table.backward)[1 << plan->order](in, out);
+    } else if (plan->order == 7) {
+        const direct_row<R>& row = direct_tables_of<R>().first[4];
+        (d == direction::forward ? row.forward : row.backward)(in, out);
     } else if (plan->order <= in_cache_order)
         run_stages<R, layout::blocked>(plan->stages, plan->last_stage, plan->bit_reversal, pow2_flat_limit, d, in, out,
                                        reinterpret_cast<R*>(work));

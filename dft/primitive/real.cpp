@@ -1,10 +1,7 @@
 // dft/primitive/real.cpp - real plans: n real values and their half spectrum in the packed layouts.
 //
-// Even n = 2h, by the half-length method: z = x seen as h complex values, Z its transform. With w_k = exp(-2 pi i k / n)
-//     E_k = (Z_k + conj Z_(h-k)) / 2,  O_k = (Z_k - conj Z_(h-k)) / 2i,  X_k = E_k + w_k O_k,  X_(h-k) = conj(E_k - w_k O_k)
-// in place: X_k lies where Z_k lay, X_h in the imaginary part of X_0 (PERM). The inverse takes the same steps back.
+// Even n: the half-length method (codelets/halves.hpp) on the complex plan of n/2.
 // Odd n: primes by the double loop over real pairs, anything else through the complex plan of n.
-// Cooley, Lewis and Welch (1970).
 
 #include "dft/codelets/codelets.hpp"
 #include "dft/primitive/real.hpp"
@@ -118,6 +115,16 @@ void run_odd(const primitive_plan& plan, direction d, packing form, const R* in,
 }
 
 template <class R>
+R* make_half_roots(std::int32_t n)
+{
+    const std::int32_t count = n / 4 + 1;
+    R* table = kpr_array<R>(2 * static_cast<std::int64_t>(count));
+    if (table != nullptr)
+        for (std::int32_t k = 0; k < count; ++k) put_half_root(table + 2 * k, table_root(k, n));
+    return table;
+}
+
+template <class R>
 std::int32_t build(primitive_plan& plan)
 {
     const std::int32_t n = plan.length;
@@ -147,20 +154,6 @@ std::int32_t build(primitive_plan& plan)
 }
 
 } // namespace
-
-// -i w_k / 2 for k up to n/4: what turns a difference into w_k O_k.
-template <class R>
-R* make_half_roots(std::int32_t n)
-{
-    const std::int32_t count = n / 4 + 1;
-    R* table = kpr_array<R>(2 * static_cast<std::int64_t>(count));
-    if (table == nullptr) return nullptr;
-    for (std::int32_t k = 0; k < count; ++k) {
-        const root w = table_root(k, n);
-        table[2 * k] = static_cast<R>(-w.sin / 2), table[2 * k + 1] = static_cast<R>(-w.cos / 2);
-    }
-    return table;
-}
 
 template <class R>
 std::int32_t make_real(primitive_plan** plan_out, std::int32_t length, std::int32_t flag, std::int32_t hint, plan_stamp)
