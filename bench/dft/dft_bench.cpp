@@ -1,0 +1,189 @@
+// bench/dft/dft_bench.cpp - transforms through the public interface beside FFTW 3 held to SSE2 and planned with
+// MEASURE, out of place, one thread, then ours over two threads beside one. Work is 5 N log2 N flop, half of it for
+// real data.
+
+#include "bench/support/contest.hpp"
+
+#include "vrn/dft.h"
+
+#include <fftw3.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+// The program's own answers to the peer's questions about the processor are found ahead of its own.
+extern "C" int fftw_have_simd_avx(void) { return 0; }
+extern "C" int fftwf_have_simd_avx(void) { return 0; }
+extern "C" int fftw_have_simd_avx2(void) { return 0; }
+extern "C" int fftwf_have_simd_avx2(void) { return 0; }
+
+namespace {
+
+using namespace vrn::bench;
+
+struct problem {
+    std::string name;
+    std::vector<std::int64_t> lengths; // the first is the fastest
+    bool real = false;
+    std::int64_t count = 1;
+    bool interleaved = false; // the transforms of a batch
+};
+
+template <class R>
+struct peer;
+#define PEER(R, p)                                                                                                   \
+    template <>                                                                                                      \
+    struct peer<R> {                                                                                                 \
+        using complex = p##_complex;                                                                                 \
+        using plan = p##_plan;                                                                                       \
+        static constexpr auto plan_complex = p##_plan_many_dft;                                                      \
+        static constexpr auto plan_real = p##_plan_many_dft_r2c;                                                     \
+        static constexpr auto run = p##_execute;                                                                     \
+        static constexpr auto destroy = p##_destroy_plan;                                                            \
+    };
+PEER(double, fftw)
+PEER(float, fftwf)
+
+template <class R>
+R* aligned(std::size_t count)
+{
+    return static_cast<R*>(std::aligned_alloc(64, (count * sizeof(R) + 127) / 64 * 64));
+}
+
+// Elements of one transform on either side.
+struct sizes {
+    std::int64_t in, out;
+    explicit sizes(const problem& p) : in(1), out(1)
+    {
+        for (std::size_t d = 0; d < p.lengths.size(); ++d) {
+            in *= p.lengths[d];
+            out *= d == 0 && p.real ? p.lengths[0] / 2 + 1 : p.lengths[d];
+        }
+    }
+};
+
+template <class R>
+vrn_dft_handle plan_ours(const problem& p, int threads)
+{
+    vrn_dft_handle h = nullptr;
+    const int rank = static_cast<int>(p.lengths.size());
+    const sizes s(p);
+    vrn_dft_create(&h, sizeof(R) == 8 ? VRN_DFT_DOUBLE : VRN_DFT_SINGLE, p.real ? VRN_DFT_REAL : VRN_DFT_COMPLEX,
+                   rank, p.lengths.data());
+    std::vector<std::int64_t> in{0}, out{0};
+    std::int64_t a = p.interleaved ? p.count : 1, b = a;
+    for (std::size_t d = 0; d < p.lengths.size(); ++d) {
+        in.push_back(a), out.push_back(b);
+        a *= p.lengths[d];
+        b *= d == 0 && p.real ? p.lengths[0] / 2 + 1 : p.lengths[d];
+    }
+    vrn_dft_set_ints(h, VRN_DFT_INPUT_STRIDES, in.data(), rank + 1);
+    vrn_dft_set_ints(h, VRN_DFT_OUTPUT_STRIDES, out.data(), rank + 1);
+    vrn_dft_set_int(h, VRN_DFT_TRANSFORMS, p.count);
+    vrn_dft_set_int(h, VRN_DFT_INPUT_DISTANCE, p.interleaved ? 1 : s.in);
+    vrn_dft_set_int(h, VRN_DFT_OUTPUT_DISTANCE, p.interleaved ? 1 : s.out);
+    vrn_dft_set_int(h, VRN_DFT_PLACEMENT, VRN_DFT_NOT_IN_PLACE);
+    vrn_dft_set_int(h, VRN_DFT_SPECTRUM_STORAGE, VRN_DFT_COMPLEX_VALUES);
+    vrn_dft_set_int(h, VRN_DFT_THREADS, threads);
+    return vrn_dft_commit(h) == 0 ? h : nullptr;
+}
+
+template <class R>
+void row(benchmark::State& state, const problem& p, int against_threads)
+{
+    const sizes s(p);
+    const auto in_reals = static_cast<std::size_t>(s.in * p.count * (p.real ? 1 : 2)),
+               out_reals = static_cast<std::size_t>(s.out * p.count * 2);
+    R *x = aligned<R>(in_reals), *y = aligned<R>(out_reals);
+    using P = peer<R>;
+    using C = typename P::complex;
+    std::vector<int> n;
+    for (std::size_t d = p.lengths.size(); d-- > 0;) n.push_back(static_cast<int>(p.lengths[d]));
+    const int rank = static_cast<int>(n.size()), count = static_cast<int>(p.count),
+              stride = p.interleaved ? count : 1;
+    const int din = p.interleaved ? 1 : static_cast<int>(s.in), dout = p.interleaved ? 1 : static_cast<int>(s.out);
+    typename P::plan other = nullptr;
+    if (against_threads == 0) {
+        auto* out = reinterpret_cast<C*>(y);
+        other = p.real ? P::plan_real(rank, n.data(), count, x, nullptr, stride, din, out, nullptr, stride, dout,
+                                      FFTW_MEASURE)
+                       : P::plan_complex(rank, n.data(), count, reinterpret_cast<C*>(x), nullptr, stride, din, out,
+                                         nullptr, stride, dout, FFTW_FORWARD, FFTW_MEASURE);
+    }
+    for (std::size_t i = 0; i < in_reals; ++i) x[i] = static_cast<R>(i % 17) - 8;
+    vrn_dft_handle ours = plan_ours<R>(p, against_threads == 0 ? 1 : against_threads),
+                   single = against_threads == 0 ? nullptr : plan_ours<R>(p, 1);
+    contest race;
+    const double total = static_cast<double>(s.in) * static_cast<double>(p.count);
+    race.work = (p.real ? 2.5 : 5) * total * std::log2(static_cast<double>(s.in));
+    if (race.work > 5e7) race.passes = 5;
+    auto run = [x, y](vrn_dft_handle h) {
+        return [h, x, y](long calls) {
+            while (calls-- > 0) vrn_dft_forward(h, x, y);
+        };
+    };
+    race.all.push_back({"ours", true, run(ours)});
+    if (other != nullptr)
+        race.all.push_back({"FFTW", true, [other](long calls) {
+                                while (calls-- > 0) P::run(other);
+                            }});
+    if (single != nullptr) race.all.push_back({"one thread", true, run(single)});
+    hold(state, race);
+    if (other != nullptr) P::destroy(other);
+    vrn_dft_free(&ours);
+    vrn_dft_free(&single);
+    std::free(x);
+    std::free(y);
+}
+
+const problem problems[] = {
+    {"complex 4", {4}},
+    {"complex 16", {16}},
+    {"complex 60", {60}},
+    {"complex 256", {256}},
+    {"complex 1000", {1000}},
+    {"complex 65536", {65536}},
+    {"real 64", {64}, true},
+    {"real 256", {256}, true},
+    {"real 1024", {1024}, true},
+    {"real 65536", {65536}, true},
+    {"rows 64 x 12", {12}, false, 64},
+    {"columns 64 x 12", {12}, false, 64, true},
+    {"columns 100 x 60", {60}, false, 100, true},
+    {"columns 256 x 256", {256}, false, 256, true},
+    {"columns 100 x 1000", {1000}, false, 100, true},
+    {"real columns 64 x 100", {100}, true, 64, true},
+    {"plane 8", {8, 8}},
+    {"plane 60", {60, 60}},
+    {"plane 256", {256, 256}},
+    {"plane 1000", {1000, 1000}},
+    {"plane 1024", {1024, 1024}},
+    {"real plane 256", {256, 256}, true},
+    {"real plane 1000", {1000, 1000}, true},
+    {"box 16", {16, 16, 16}},
+    {"box 64", {64, 64, 64}},
+    {"box 100", {100, 100, 100}},
+    {"box 128", {128, 128, 128}},
+    {"real box 64", {64, 64, 64}, true},
+    {"four 24", {24, 24, 24, 24}},
+};
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    for (const problem& p : problems) {
+        benchmark::RegisterBenchmark(("double/" + p.name).c_str(), [&p](benchmark::State& s) {
+            row<double>(s, p, 0);
+        })->Iterations(1);
+        benchmark::RegisterBenchmark(("single/" + p.name).c_str(), [&p](benchmark::State& s) {
+            row<float>(s, p, 0);
+        })->Iterations(1);
+        benchmark::RegisterBenchmark(("threads2/" + p.name).c_str(), [&p](benchmark::State& s) {
+            row<double>(s, p, 2);
+        })->Iterations(1);
+    }
+    return main_with_head(argc, argv);
+}
