@@ -121,13 +121,20 @@ template <int K>
 template <int Columns, class T>
 void on_stack(vrn_int m, bool turn, bool conjugate, const T* x, vrn_int ld, T* to)
 {
+    using V = simd::vec<simd::real_of<T>>;
     const vrn_int row = turn ? ld : 1, column = turn ? 1 : ld;
-    for (vrn_int i = 0; i < m; ++i)
-        for (int j = 0; j < Columns; ++j) {
-            T& e = to[j * largest + i] = x[i * row + j * column];
-            if constexpr (simd::element<T>::parts == 2)
-                if (conjugate) e = conj(e);
-        }
+    for (vrn_int i = 0; i < m; ++i, x += row, ++to)
+        unroll<Columns>([&](auto j) {
+            const T* from = x + j * column;
+            if constexpr (simd::element<T>::parts == 1) {
+                to[j * largest] = *from;
+            } else {
+                // Whole numbers: they are loaded again as such, and a wide load behind two narrow stores would wait.
+                using one = rows<T, 1>;
+                const V e = one::template load<0>(from);
+                one::template store<0>(to + j * largest, conjugate ? e * V::pair(1, -1) : e);
+            }
+        });
 }
 
 template <int K, class T>
