@@ -22,12 +22,20 @@ template <class F>
 F* kernel(const std::string& stem)
 {
     static void* library = dlopen(VRN_LIBRARY_DIR "/libvrn_s42.so", RTLD_NOW | RTLD_LOCAL);
-    void* symbol = library == nullptr ? nullptr : dlsym(library, ("vrn_spblas_lp64_s42_" + stem).c_str());
+    void* symbol = library == nullptr ? nullptr : dlsym(library, joined({"vrn_spblas_lp64_s42_", stem}).c_str());
     if (symbol == nullptr) {
         std::fprintf(stderr, "no %s\n", stem.c_str());
         std::exit(1);
     }
     return reinterpret_cast<F*>(symbol);
+}
+
+// Piece by piece: g++ 12 warns of sums of strings at -O3.
+std::string joined(std::initializer_list<std::string> parts)
+{
+    std::string all;
+    for (const std::string& p : parts) all += p;
+    return all;
 }
 
 template <class T>
@@ -123,7 +131,7 @@ void mv(benchmark::State& state, const std::string& name, which part, const std:
         Eigen eigen, bool loop)
 {
     auto& o = given<T>(name, part);
-    auto* f = kernel<arguments::csr_mv_par<T, I>>(letter<T> + ("csr0" + shape + "c__mvout_par"));
+    auto* f = kernel<arguments::csr_mv_par<T, I>>(joined({letter<T>, "csr0", shape, "c__mvout_par"}));
     std::vector<contestant> all{{"ours", true, times([&o, f] {
                                      f(&o.one, &o.m, &o.m, &o.m, &o.alpha, o.a.valuePtr(), o.a.innerIndexPtr(),
                                        o.begin(), o.end(), o.x.data(), o.y.data(), &o.beta);
@@ -137,7 +145,7 @@ template <class T, class Eigen>
 void sv(benchmark::State& state, const std::string& name, which part, const std::string& shape, Eigen eigen)
 {
     auto& o = given<T>(name, part);
-    auto* f = kernel<arguments::csr_sv_seq<T, I>>(letter<T> + ("csr0" + shape + "c__svout_seq"));
+    auto* f = kernel<arguments::csr_sv_seq<T, I>>(joined({letter<T>, "csr0", shape, "c__svout_seq"}));
     contest_of<T>(state, 2 * static_cast<double>(o.a.nonZeros()),
                   {{"ours", true, times([&o, f] {
                         f(&o.m, &o.alpha, o.a.valuePtr(), o.a.innerIndexPtr(), o.begin(), o.end(), o.y.data());
@@ -157,7 +165,7 @@ void mm(benchmark::State& state, const std::string& name, which part, const std:
     matrix c = b, d = b;
     const I columns = n, last = ranges_rows ? o.m : n, ld = by_rows ? n : o.m;
     auto* f =
-        kernel<arguments::csr_mm_par<T, I>>(letter<T> + ("csr0" + shape + (by_rows ? "c" : "f") + "__mmout_par"));
+        kernel<arguments::csr_mm_par<T, I>>(joined({letter<T>, "csr0", shape, by_rows ? "c" : "f", "__mmout_par"}));
     contest_of<T>(state, 2.0 * n * static_cast<double>(o.a.nonZeros()),
                   {{"ours", true, times([&] {
                         f(&o.one, &last, &o.m, &columns, &o.m, &o.alpha, o.a.valuePtr(), o.a.innerIndexPtr(),
@@ -178,7 +186,7 @@ void sm(benchmark::State& state, const std::string& name, which part, const std:
     matrix c = matrix::Constant(o.m, n, T(0.5)), d = c;
     const I columns = n, ld = by_rows ? n : o.m, base = 0;
     auto* f = kernel<arguments::csr_sm_par<T, I>>(
-        letter<T> + ((by_rows ? "csr0" : "csr1") + shape + (by_rows ? "c" : "f") + "__smout_par"));
+        joined({letter<T>, by_rows ? "csr0" : "csr1", shape, by_rows ? "c" : "f", "__smout_par"}));
     contest_of<T>(state, 2.0 * n * static_cast<double>(o.a.nonZeros()),
                   {{"ours", true, times([&] {
                         f(&o.one, &columns, &o.m, &columns, &o.alpha, o.a.valuePtr(), o.a.innerIndexPtr(), o.begin(),
@@ -194,7 +202,9 @@ template <class T>
 void add(const std::string& name)
 {
     auto row = [&](const std::string& what, auto body) {
-        benchmark::RegisterBenchmark((letter<T> + what + "/" + name).c_str(), body)->UseManualTime()->Iterations(1);
+        benchmark::RegisterBenchmark(joined({letter<T>, what, "/", name}).c_str(), body)
+            ->UseManualTime()
+            ->Iterations(1);
     };
     row("mv", [=](auto& s) {
         mv<T>(

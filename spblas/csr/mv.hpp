@@ -54,13 +54,24 @@ template <tag Shape, class T, class I>
     }
 }
 
+// Single complex, zero-based, its diagonal stored: whole ranges go in chunks of rows.
+template <class T, tag Tag>
+inline constexpr std::ptrdiff_t row_chunk =
+    std::is_same_v<T, cplx<float>>&& Tag.base == 0 && !Tag.unit() && (Tag.is('h') || (Tag.is('s') && Tag.op == 'c'))
+        ? 20000
+        : PTRDIFF_MAX / 2;
+
 template <tag Shape, class T, class I>
 [[gnu::noinline, gnu::flatten]] void mv_scattered(matrix<T, I> a, std::ptrdiff_t from, std::ptrdiff_t to,
-                                                  std::ptrdiff_t n, I base, T alpha, const T* x, T* y, T beta)
+                                                  std::ptrdiff_t n, [[maybe_unused]] std::ptrdiff_t chunk, I base,
+                                                  T alpha, const T* x, T* y, T beta)
 {
     scale(vector<T>{y}, base, base + n, beta);
-    if constexpr (Shape.two_sided()) two_sided<Shape>(a, from, to, base, alpha, x, y);
-    else scatter<Shape>(a, from, to, base, alpha, vector<const T>{x}, vector<T>{y});
+    if constexpr (Shape.two_sided()) {
+        // Rows keep their order, so that chunks change no result.
+        for (std::ptrdiff_t i = from; i < to; i += chunk)
+            two_sided<Shape>(a, i, i + chunk < to ? i + chunk : to, base, alpha, x, y);
+    } else scatter<Shape>(a, from, to, base, alpha, vector<const T>{x}, vector<T>{y});
 }
 
 template <bool Conjugate, class T, class I>
@@ -85,7 +96,7 @@ void mv_par(const I* first, const I* last, const I* /*m*/, const I* n, const T* 
     const matrix<T, I> a(val, indx, pntrb, pntre, from < to);
     x = based(x, base), y = based(y, base);
     if constexpr (shape.two_sided() || shape.transposes())
-        mv_scattered<shape>(a, from, to, *n, base, *alpha, x, y, *beta);
+        mv_scattered<shape>(a, from, to, *n, row_chunk<T, Tag>, base, *alpha, x, y, *beta);
     else if constexpr (shape.is('t')) mv_masked<shape>(a, from, to, base, *alpha, x, y, *beta);
     else mv_general<shape.conjugates()>(a, from, to, base, *alpha, x, y, *beta);
 }
@@ -104,7 +115,7 @@ void mv_seq(const I* m, const I* n, const T* alpha, const T* val, const I* indx,
         const matrix<T, I> a(val, indx, pntrb, pntre, *m > 0);
         x = based(x, base), y = based(y, base);
         if constexpr (shape.is('d')) mv_diagonal<shape.conjugates()>(a, *m, base, *alpha, x, y, *beta);
-        else mv_scattered<shape>(a, 0, *m, *n, base, *alpha, x, y, *beta);
+        else mv_scattered<shape>(a, 0, *m, *n, row_chunk<T, Tag>, base, *alpha, x, y, *beta);
     }
 }
 
