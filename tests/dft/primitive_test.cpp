@@ -264,7 +264,9 @@ TYPED_TEST(Primitive, ScrambledIsUndoneByItsInverse)
         std::int32_t size = -1;
         K::work_scrambled(plan, &size);
         if (n == 5000) { EXPECT_EQ(size, 0); }
-        if (n == 17 * 17 * 18) EXPECT_EQ(size, 34 * 2 * static_cast<int>(sizeof(R)) + 128);
+        if (n == 17 * 17 * 18) {
+            EXPECT_EQ(size, 34 * 2 * static_cast<int>(sizeof(R)) + 128);
+        }
         const auto count = static_cast<std::size_t>(n);
         const auto x = noise<R>(2 * count);
         std::vector<R> y(2 * count), back(2 * count);
