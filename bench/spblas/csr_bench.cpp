@@ -18,6 +18,14 @@ using namespace vrn::bench;
 namespace arguments = vrn::spblas::arguments;
 using I = std::int32_t;
 
+// Piece by piece: g++ 12 warns of sums of strings at -O3.
+std::string joined(std::initializer_list<std::string> parts)
+{
+    std::string all;
+    for (const std::string& p : parts) all += p;
+    return all;
+}
+
 template <class F>
 F* kernel(const std::string& stem)
 {
@@ -28,14 +36,6 @@ F* kernel(const std::string& stem)
         std::exit(1);
     }
     return reinterpret_cast<F*>(symbol);
-}
-
-// Piece by piece: g++ 12 warns of sums of strings at -O3.
-std::string joined(std::initializer_list<std::string> parts)
-{
-    std::string all;
-    for (const std::string& p : parts) all += p;
-    return all;
 }
 
 template <class T>
