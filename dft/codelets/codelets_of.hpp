@@ -13,7 +13,7 @@ using R = VRN_REAL;
 // Output k goes to out + k * step, output 0 to `first`. The inverse transform is the forward one with outputs 1 to N-1
 // in reverse, so one body serves both directions: the backward codelet begins behind the end and steps down.
 template <int N>
-[[gnu::noinline]] void outputs(const double* in, double* first, double* out, std::ptrdiff_t step)
+VRN_INLINE void write_outputs(const double* in, double* first, double* out, std::ptrdiff_t step)
 {
     using C = together<double>;
     transform<N, C>([&](auto j) VRN_HERE { return C{vec<double>::loadu(in + 2 * j)}; },
@@ -24,7 +24,7 @@ template <int N>
 // out of one transform, and X_k = E_k + w^k O_k, X_(k+N/2) = E_k - w^k O_k for two k at a time. The shortest and the odd
 // lengths leave half of each vector idle.
 template <int N>
-[[gnu::noinline]] void outputs(const float* in, float* first, float* out, std::ptrdiff_t step)
+VRN_INLINE void write_outputs(const float* in, float* first, float* out, std::ptrdiff_t step)
 {
     using C = together<float>;
     using V = vec<float>;
@@ -57,14 +57,24 @@ template <int N>
 }
 
 template <int N>
+[[gnu::noinline]] void outputs(const R* in, R* first, R* out, std::ptrdiff_t step)
+{
+    write_outputs<N>(in, first, out, step);
+}
+
+// The shortest lengths are worth a body for each direction: the call would cost as much as the transform.
+inline constexpr int longest_with_two_bodies = 8;
+template <int N>
 void forward(const R* in, R* out)
 {
-    outputs<N>(in, out, out, 2);
+    if constexpr (N <= longest_with_two_bodies) write_outputs<N>(in, out, out, 2);
+    else outputs<N>(in, out, out, 2);
 }
 template <int N>
 void backward(const R* in, R* out)
 {
-    outputs<N>(in, out, out + 2 * N, -2);
+    if constexpr (N <= longest_with_two_bodies) write_outputs<N>(in, out, out + 2 * N, -2);
+    else outputs<N>(in, out, out + 2 * N, -2);
 }
 
 void copy_one(const R* in, R* out)

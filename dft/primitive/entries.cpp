@@ -1,5 +1,6 @@
 // dft/primitive/entries.cpp - the engine's entries by name: checks, work and scale around the transforms.
 
+#include "dft/codelets/codelets.hpp"
 #include "dft/primitive/real.hpp"
 
 namespace vrn::dft {
@@ -43,6 +44,15 @@ std::int32_t compute(bool have_data, const primitive_plan* raw, std::byte* given
 template <class R>
 std::int32_t compute_complex(const R* in, R* out, const primitive_plan* raw, std::byte* work, direction d)
 {
+    // Direct lengths first: what stands between the call and the codelet is a good part of their time.
+    if (raw != nullptr && in != nullptr && out != nullptr) {
+        const primitive_plan& plan = *aligned64(raw);
+        if (plan.stamp == stamp_complex && plan.length <= direct_limit && plan.scale_forward + plan.scale_inverse == 0) {
+            const auto& table = codelets<R>();
+            (d == direction::forward ? table.forward : table.backward)[plan.length](in, out);
+            return kpr_ok;
+        }
+    }
     return compute(
         in != nullptr && out != nullptr, raw, work, stamp_complex, d,
         [=](const primitive_plan& plan, std::byte* w) { run_complex(&plan, d, in, out, w); },

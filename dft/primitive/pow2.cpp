@@ -11,8 +11,9 @@ namespace vrn::dft {
 namespace {
 
 constexpr int direct_order = 5, longest_order = 27;
-// 64 KiB of doubles in the first-level cache and its neighbour: below it, a pass after the other is as fast.
-constexpr int pow2_flat_limit = 1024;
+// A stage on more values recurses: 16 KiB, with as much input, output and twiddles, are what a first-level cache holds.
+template <class R>
+constexpr int pow2_flat_limit = 16384 / (2 * sizeof(R));
 
 // Radices outermost first. Stages are of order 3 and, so that the sum is right, one or two of order 2; two of order 2
 // are the leaf together, one of radix 16, and one stands outermost, where its blocks are longest.
@@ -95,7 +96,7 @@ void run_pow2(const pow2_plan* plan, direction d, const R* in, R* out, std::byte
         const direct_row<R>& row = direct_tables_of<R>().first[4];
         (d == direction::forward ? row.forward : row.backward)(in, out);
     } else if (plan->order <= in_cache_order)
-        run_stages<R, layout::blocked>(plan->stages, plan->last_stage, plan->bit_reversal, pow2_flat_limit, d, in, out,
+        run_stages<R, layout::blocked>(plan->stages, plan->last_stage, plan->bit_reversal, pow2_flat_limit<R>, d, in, out,
                                        reinterpret_cast<R*>(work));
     else run_two_level(*plan, d, in, out, work);
 }
