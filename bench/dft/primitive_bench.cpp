@@ -1,8 +1,8 @@
-// bench/dft/primitive_bench.cpp - plans of the engine beside FFTW 3, planned with MEASURE, in one process and on one thread.
-// Work is 5 n log2 n flop, half of it for real transforms. Rows: complex or real / double or single / length.
+// bench/dft/primitive_bench.cpp - plans of the engine beside FFTW 3, planned with MEASURE, in one process and on one
+// thread. Work is 5 n log2 n flop, half of it for real transforms. Rows: complex or real / double or single / length.
 //
-// FFTW asks functions of its own for the instruction sets at hand; this program's definitions are found first and hold
-// it to SSE2. `--errors` prints both root mean square errors in units of the precision instead.
+// FFTW asks functions of its own for the instruction sets at hand; this program's definitions are found first and
+// hold it to SSE2. `--errors` prints both root mean square errors in units of the precision instead.
 
 #include "bench/support/contest.hpp"
 #include "dft/primitive/primitive.hpp"
@@ -83,7 +83,8 @@ struct pair_of_plans {
         (real ? L::init_real : L::init_complex)(&ours, n, dft::scale_none, 0);
         std::int32_t size = 0;
         (real ? L::work_real : L::work_complex)(ours, &size);
-        work.reset(static_cast<std::byte*>(std::aligned_alloc(4096, (static_cast<std::size_t>(size) + 8191) / 4096 * 4096)));
+        work.reset(
+            static_cast<std::byte*>(std::aligned_alloc(4096, (static_cast<std::size_t>(size) + 8191) / 4096 * 4096)));
         std::memset(work.get(), 0, static_cast<std::size_t>(size));
         std::mt19937_64 random(1);
         std::uniform_real_distribution<R> value(-1, 1);
@@ -106,8 +107,13 @@ void row(benchmark::State& state, bool real, int n)
     c.work = (real ? 2.5 : 5.0) * n * std::log2(n);
     c.seconds = 0.0005;
     c.passes = 25;
-    c.all = {{"ours", true, [&](long calls) { while (calls-- > 0) plans.run_ours(); }},
-             {"fftw", true, [&](long calls) { while (calls-- > 0) plans.run_peer(); }}};
+    c.all = {{"ours", true,
+              [&](long calls) {
+                  while (calls-- > 0) plans.run_ours();
+              }},
+             {"fftw", true, [&](long calls) {
+                  while (calls-- > 0) plans.run_peer();
+              }}};
     hold(state, c);
 }
 
@@ -117,7 +123,8 @@ void error_row(const char* type, int n)
     const pair_of_plans<R> plans(false, n);
     auto* wide = static_cast<fftwl_complex*>(fftwl_malloc(sizeof(fftwl_complex) * static_cast<std::size_t>(n)));
     for (int i = 0; i < n; ++i)
-        wide[i][0] = plans.in[static_cast<std::size_t>(2 * i)], wide[i][1] = plans.in[static_cast<std::size_t>(2 * i + 1)];
+        wide[i][0] = plans.in[static_cast<std::size_t>(2 * i)],
+        wide[i][1] = plans.in[static_cast<std::size_t>(2 * i + 1)];
     const fftwl_plan exact = fftwl_plan_dft_1d(n, wide, wide, -1, FFTW_ESTIMATE);
     fftwl_execute(exact);
     const auto error = [&] {

@@ -65,18 +65,21 @@ void pass(const pass_call<R>& call)
                     return times(x, V::loadu(w), V::loadu(w + V::lanes));
                 }
             },
-            [&](auto k, C x) VRN_HERE { store_columns(x.v, (k == 0 ? c.first : c.out + k * c.out_step) + at, have); });
+            [&](auto k, C x)
+                VRN_HERE { store_columns(x.v, (k == 0 ? c.first : c.out + k * c.out_step) + at, have); });
     }
 }
 
 template <bool Twiddled, class R>
 void pass_of(int length, const pass_call<R>& c)
 {
-    [&]<int... I>(std::integer_sequence<int, I...>) {
+    [&]<int... I>(std::integer_sequence<int, I...>)
+    {
         using kernel = void (*)(const pass_call<R>&);
         static constexpr kernel by_length[] = {pass<I + 2, Twiddled, R>...};
         by_length[length - 2](c);
-    }(std::make_integer_sequence<int, longest_base - 1>{});
+    }
+    (std::make_integer_sequence<int, longest_base - 1>{});
 }
 
 std::int64_t rounded(std::int64_t bytes) { return (bytes + batch_alignment - 1) / batch_alignment * batch_alignment; }
@@ -97,11 +100,16 @@ std::int64_t twiddle_bytes(int first, int second)
 int batch_base_index(int length)
 {
     switch (length) {
-    case 20: return 16;
-    case 25: return 17;
-    case 32: return 18;
-    case 64: return 19;
-    default: return length >= 2 && length <= longest_base ? length - 1 : 0;
+    case 20:
+        return 16;
+    case 25:
+        return 17;
+    case 32:
+        return 18;
+    case 64:
+        return 19;
+    default:
+        return length >= 2 && length <= longest_base ? length - 1 : 0;
     }
 }
 
@@ -121,7 +129,8 @@ std::int32_t batch_size(std::int64_t length, std::int64_t in_stride, std::int64_
     const int first = first_of(length), second = static_cast<int>(length / first);
     *bytes = rounded(static_cast<std::int64_t>(sizeof(batch_plan)));
     if (first > 1)
-        *bytes += twiddle_bytes<R>(first, second) + rounded(length * width * static_cast<std::int64_t>(2 * sizeof(R)));
+        *bytes +=
+            twiddle_bytes<R>(first, second) + rounded(length * width * static_cast<std::int64_t>(2 * sizeof(R)));
     return 0;
 }
 
@@ -178,7 +187,8 @@ void batch_run(const batch_plan& plan, bool backward, const R* in, R* out)
 
 #define BATCH(R)                                                                                                     \
     template std::int32_t batch_size<R>(std::int64_t, std::int64_t, std::int64_t, std::int64_t, std::int64_t*);      \
-    template std::int32_t batch_build<R>(std::int64_t, std::int64_t, std::int64_t, std::int64_t, void*, batch_plan**); \
+    template std::int32_t batch_build<R>(std::int64_t, std::int64_t, std::int64_t, std::int64_t, void*,              \
+                                         batch_plan**);                                                              \
     template void batch_run<R>(const batch_plan&, bool, const R*, R*);
 BATCH(double)
 BATCH(float)

@@ -34,8 +34,8 @@ std::int32_t batch_size(std::int64_t length, std::int64_t in_stride, std::int64_
 template <class R>
 std::int32_t batch_build(std::int64_t length, std::int64_t in_stride, std::int64_t out_stride, std::int64_t width,
                          void* block, batch_plan** plan_out);
-// `width` columns from `in` to `out`, the same or apart; columns of both are neighbours and values plan->stride apart.
-// One call at a time for a plan of two passes: the buffer is its own.
+// `width` columns from `in` to `out`, the same or apart; columns of both are neighbours and values plan->stride
+// apart. One call at a time for a plan of two passes: the buffer is its own.
 template <class R>
 void batch_run(const batch_plan& plan, bool backward, const R* in, R* out);
 

@@ -2,9 +2,10 @@
 //
 //     x[k] := sum over j of x[j] exp(-2 pi i j k / N)
 //
-// 2 and 4 directly; odd primes by pairs x[j] +- x[N-j], 3 and 5 with the products shared; N = A B with coprime A and B
-// without twiddles (Good 1958, Thomas 1963); powers of a prime by Cooley and Tukey (1965). Every index and root is a
-// compile-time constant and the code is straight-line but for primes above 13. Direction is the value type's. Constants are the nearest ones.
+// 2 and 4 directly; odd primes by pairs x[j] +- x[N-j], 3 and 5 with the products shared; N = A B with coprime A and
+// B without twiddles (Good 1958, Thomas 1963); powers of a prime by Cooley and Tukey (1965). Every index and root is
+// a compile-time constant and the code is straight-line but for primes above 13. Direction is the value type's.
+// Constants are the nearest ones.
 #pragma once
 
 #include "dft/codelets/prime.hpp"
@@ -44,10 +45,7 @@ constexpr int inverse(int a, int n)
     return 0;
 }
 // Rows of a power of a prime: 4 by m for 2^k, p by m else.
-constexpr int rows_of(int n)
-{
-    return n % 4 == 0 ? (n == 8 ? 2 : n == 64 || n == 128 ? 8 : 4) : smallest_prime(n);
-}
+constexpr int rows_of(int n) { return n % 4 == 0 ? (n == 8 ? 2 : n == 64 || n == 128 ? 8 : 4) : smallest_prime(n); }
 
 // x exp(-2 pi i K / N), the easy ones without products of all four parts.
 template <int K, int N, class C>
@@ -146,8 +144,8 @@ struct power_indices {
     }
 };
 
-// A part of a longer transform: out of line where it is long itself and not the heart of a power of 2. That halves the
-// size and the build time of the codelets; the call costs less than one of the additions in it.
+// A part of a longer transform: out of line where it is long itself and not the heart of a power of 2. That halves
+// the size and the build time of the codelets; the call costs less than one of the additions in it.
 template <int N, class C>
 [[gnu::noinline]] void butterfly_call(C (&x)[N])
 {

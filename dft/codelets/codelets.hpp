@@ -31,9 +31,15 @@ extern const codelet_tables<float> codelets_s;
 template <class R>
 const codelet_tables<R>& codelets();
 template <>
-inline const codelet_tables<double>& codelets<double>() { return codelets_d; }
+inline const codelet_tables<double>& codelets<double>()
+{
+    return codelets_d;
+}
 template <>
-inline const codelet_tables<float>& codelets<float>() { return codelets_s; }
+inline const codelet_tables<float>& codelets<float>()
+{
+    return codelets_s;
+}
 
 // A codelet and then the factor on each output.
 template <class R>
@@ -60,9 +66,15 @@ extern const direct_tables<float> direct_tables_s;
 template <class R>
 const direct_tables<R>& direct_tables_of();
 template <>
-inline const direct_tables<double>& direct_tables_of<double>() { return direct_tables_d; }
+inline const direct_tables<double>& direct_tables_of<double>()
+{
+    return direct_tables_d;
+}
 template <>
-inline const direct_tables<float>& direct_tables_of<float>() { return direct_tables_s; }
+inline const direct_tables<float>& direct_tables_of<float>()
+{
+    return direct_tables_s;
+}
 
 // ---- real direct kernels ----
 // Lengths 2, 4, 8, 16, 32 and 64 at index log2 n. `format` is 54 (CCS), 55 (PACK), 56 (PERM) or 57 (CCE); 54 and 57
@@ -79,8 +91,14 @@ extern const real_tables<float> real_codelets_s;
 template <class R>
 const real_tables<R>& real_codelets();
 template <>
-inline const real_tables<double>& real_codelets<double>() { return real_codelets_d; }
+inline const real_tables<double>& real_codelets<double>()
+{
+    return real_codelets_d;
+}
 template <>
-inline const real_tables<float>& real_codelets<float>() { return real_codelets_s; }
+inline const real_tables<float>& real_codelets<float>()
+{
+    return real_codelets_s;
+}
 
 } // namespace vrn::dft

@@ -1,8 +1,8 @@
 // dft/codelets/codelets_of.hpp - the direct codelets and real kernels of one type (VRN_REAL) and their tables.
 // Compiled once for each type, so that two compilers share the work.
 
-#include "dft/codelets/codelets.hpp"
 #include "dft/codelets/butterfly.hpp"
+#include "dft/codelets/codelets.hpp"
 #include "dft/codelets/halves.hpp"
 
 namespace vrn::dft {
@@ -10,8 +10,8 @@ namespace {
 
 using R = VRN_REAL;
 
-// Output k goes to out + k * step, output 0 to `first`. The inverse transform is the forward one with outputs 1 to N-1
-// in reverse, so one body serves both directions: the backward codelet begins behind the end and steps down.
+// Output k goes to out + k * step, output 0 to `first`. The inverse transform is the forward one with outputs 1 to
+// N-1 in reverse, so one body serves both directions: the backward codelet begins behind the end and steps down.
 template <int N>
 VRN_INLINE void write_outputs(const double* in, double* first, double* out, std::ptrdiff_t step)
 {
@@ -20,9 +20,9 @@ VRN_INLINE void write_outputs(const double* in, double* first, double* out, std:
                     [&](auto k, C x) VRN_HERE { x.v.storeu(k == 0 ? first : out + k * step); });
 }
 
-// Singles of even length: even inputs in one half of the vectors, odd ones in the other, E_k and O_k of half the length
-// out of one transform, and X_k = E_k + w^k O_k, X_(k+N/2) = E_k - w^k O_k for two k at a time. The shortest and the odd
-// lengths leave half of each vector idle.
+// Singles of even length: even inputs in one half of the vectors, odd ones in the other, E_k and O_k of half the
+// length out of one transform, and X_k = E_k + w^k O_k, X_(k+N/2) = E_k - w^k O_k for two k at a time. The shortest
+// and the odd lengths leave half of each vector idle.
 template <int N>
 VRN_INLINE void write_outputs(const float* in, float* first, float* out, std::ptrdiff_t step)
 {
@@ -41,7 +41,9 @@ VRN_INLINE void write_outputs(const float* in, float* first, float* out, std::pt
                             constexpr root w = detail::root_of<k, N>;
                             constexpr float c = static_cast<float>(w.cos), s = static_cast<float>(w.sin);
                             if constexpr (k == 0) y[k] = x.v;
-                            else y[k] = V{_mm_setr_ps(1, 1, c, c)} * x.v + V{_mm_setr_ps(0, 0, s, -s)} * exchanged(x.v);
+                            else
+                                y[k] =
+                                    V{_mm_setr_ps(1, 1, c, c)} * x.v + V{_mm_setr_ps(0, 0, s, -s)} * exchanged(x.v);
                         });
         const auto put = [&](V x, int k, int l) VRN_HERE {
             x.store2(at(k));
@@ -143,24 +145,24 @@ void real_backward(const R* in, R* out, std::int32_t format, R scale)
 const codelet_tables<R> VRN_SUFFIX(codelets_, VRN_LETTER) = table_of(std::make_integer_sequence<int, 63>{});
 
 // One function serves in place and not: nothing is written before all that depends on it is read.
-const direct_tables<R> VRN_SUFFIX(direct_tables_, VRN_LETTER) = {
-    {{8, forward<8>, backward<8>},
-     {16, forward<16>, backward<16>},
-     {32, forward<32>, backward<32>},
-     {64, forward<64>, backward<64>},
-     {128, forward<128>, backward<128>},
-     {0, nullptr, nullptr}},
-    {{2, forward<2>, backward<2>},
-     {4, forward<4>, backward<4>},
-     {8, forward<8>, backward<8>},
-     {16, forward<16>, backward<16>},
-     {32, forward<32>, backward<32>},
-     {64, forward<64>, backward<64>},
-     {0, nullptr, nullptr}}};
+const direct_tables<R> VRN_SUFFIX(direct_tables_, VRN_LETTER) = {{{8, forward<8>, backward<8>},
+                                                                  {16, forward<16>, backward<16>},
+                                                                  {32, forward<32>, backward<32>},
+                                                                  {64, forward<64>, backward<64>},
+                                                                  {128, forward<128>, backward<128>},
+                                                                  {0, nullptr, nullptr}},
+                                                                 {{2, forward<2>, backward<2>},
+                                                                  {4, forward<4>, backward<4>},
+                                                                  {8, forward<8>, backward<8>},
+                                                                  {16, forward<16>, backward<16>},
+                                                                  {32, forward<32>, backward<32>},
+                                                                  {64, forward<64>, backward<64>},
+                                                                  {0, nullptr, nullptr}}};
 
-const real_tables<R> VRN_SUFFIX(real_codelets_, VRN_LETTER) = {
-    {nullptr, real_forward<2>, real_forward<4>, real_forward<8>, real_forward<16>, real_forward<32>, real_forward<64>},
-    {nullptr, real_backward<2>, real_backward<4>, real_backward<8>, real_backward<16>, real_backward<32>,
-     real_backward<64>}};
+const real_tables<R> VRN_SUFFIX(real_codelets_,
+                                VRN_LETTER) = {{nullptr, real_forward<2>, real_forward<4>, real_forward<8>,
+                                                real_forward<16>, real_forward<32>, real_forward<64>},
+                                               {nullptr, real_backward<2>, real_backward<4>, real_backward<8>,
+                                                real_backward<16>, real_backward<32>, real_backward<64>}};
 
 } // namespace vrn::dft

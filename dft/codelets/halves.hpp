@@ -1,7 +1,8 @@
 // dft/codelets/halves.hpp - between the transform of h = n/2 complex values and the half spectrum of n real ones.
 //
 // Z is the transform of the real values seen as complex ones, X the spectrum, w_k = exp(-2 pi i k / n):
-//     E_k = (Z_k + conj Z_(h-k)) / 2,  O_k = (Z_k - conj Z_(h-k)) / 2i,  X_k = E_k + w_k O_k,  X_(h-k) = conj(E_k - w_k O_k)
+//     E_k = (Z_k + conj Z_(h-k)) / 2,  O_k = (Z_k - conj Z_(h-k)) / 2i,  X_k = E_k + w_k O_k,  X_(h-k) = conj(E_k -
+//     w_k O_k)
 // X_k lies where Z_k lay, and X_h in the imaginary part of X_0 (PERM). The inverse takes the same steps back.
 // Cooley, Lewis and Welch (1970). Used by the real plans and the real direct kernels.
 #pragma once

@@ -2,9 +2,9 @@
 //
 // With a_j = x_j + x_(p-j), b_j = x_j - x_(p-j) and h = (p-1)/2:
 //     y_k, y_(p-k) = x_0 + sum cos(2 pi j k / p) a_j  -+  i sum sin(2 pi j k / p) b_j
-// j and k run through the powers of a generator g of the numbers modulo p (Rader 1968): j = g^t, k = g^u. The factors of
-// output u are then the entries u, u+1, .. of one table of roots of g^v, and no index is ever reduced. Entries v + h are
-// those of v with the sine's sign changed, so p - 1 of them serve all.
+// j and k run through the powers of a generator g of the numbers modulo p (Rader 1968): j = g^t, k = g^u. The factors
+// of output u are then the entries u, u+1, .. of one table of roots of g^v, and no index is ever reduced. Entries v +
+// h are those of v with the sine's sign changed, so p - 1 of them serve all.
 #pragma once
 
 #include "dft/codelets/value.hpp"

@@ -48,10 +48,7 @@ struct apart {
         return {{a.re + b.im, a.im - b.re}, {a.re - b.im, a.im + b.re}};
     }
     // (c - i s) a and (c + i s) a
-    VRN_INLINE friend apart times(apart a, vec<R> c, vec<R> s)
-    {
-        return {c * a.re + s * a.im, c * a.im - s * a.re};
-    }
+    VRN_INLINE friend apart times(apart a, vec<R> c, vec<R> s) { return {c * a.re + s * a.im, c * a.im - s * a.re}; }
     VRN_INLINE friend apart times_conj(apart a, vec<R> c, vec<R> s)
     {
         return {c * a.re - s * a.im, c * a.im + s * a.re};

@@ -21,7 +21,8 @@ std::int32_t build(primitive_plan& plan)
     if (std::has_single_bit(static_cast<std::uint32_t>(n))) {
         plan.is_pow2 = 1;
         const int order = std::countr_zero(static_cast<std::uint32_t>(n));
-        if (const auto status = make_pow2<R>(&plan.pow2, order, scale_none, plan.hint); status != kpr_ok) return status;
+        if (const auto status = make_pow2<R>(&plan.pow2, order, scale_none, plan.hint); status != kpr_ok)
+            return status;
         plan.work_size = plan.pow2->work_size == 0 ? 0 : plan.pow2->work_size + 64;
         return kpr_ok;
     }

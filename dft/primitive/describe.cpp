@@ -16,7 +16,11 @@ struct text {
     void add(const char* format, A... args)
     {
         const int at = length < capacity ? length : capacity;
-        const int more = std::snprintf(line + at, static_cast<std::size_t>(capacity - at), format, args...);
+        char* to = line + at;
+        const auto room = static_cast<std::size_t>(capacity - at);
+        int more;
+        if constexpr (sizeof...(A) == 0) more = std::snprintf(to, room, "%s", format);
+        else more = std::snprintf(to, room, format, args...);
         if (more > 0) length += more;
     }
 };
@@ -61,11 +65,21 @@ int describe(const primitive_plan* raw, char* line, int capacity)
     text t{line, capacity};
     const primitive_plan& plan = *aligned64(raw);
     switch (plan.stamp) {
-    case stamp_complex: t.add("complex "); break;
-    case stamp_split: t.add("split "); break;
-    case stamp_real: t.add("real "); break;
-    case stamp_scrambled: t.add("scrambled "); break;
-    default: t.add("no plan"); return t.length;
+    case stamp_complex:
+        t.add("complex ");
+        break;
+    case stamp_split:
+        t.add("split ");
+        break;
+    case stamp_real:
+        t.add("real ");
+        break;
+    case stamp_scrambled:
+        t.add("scrambled ");
+        break;
+    default:
+        t.add("no plan");
+        return t.length;
     }
     add_plan(t, plan);
     return t.length;

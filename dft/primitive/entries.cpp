@@ -25,8 +25,8 @@ std::int32_t work_size(const primitive_plan* raw, std::int32_t* size, plan_stamp
 
 // Checks, work and scale around `run(plan, work)`; `scale(by)` scales what it wrote.
 template <class Run, class Scale>
-std::int32_t compute(bool have_data, const primitive_plan* raw, std::byte* given, plan_stamp stamp, direction d, Run&& run,
-                     Scale&& scale)
+std::int32_t compute(bool have_data, const primitive_plan* raw, std::byte* given, plan_stamp stamp, direction d,
+                     Run&& run, Scale&& scale)
 {
     if (raw == nullptr || !have_data) return kpr_null;
     const primitive_plan& plan = *aligned64(raw);
@@ -47,7 +47,8 @@ std::int32_t compute_complex(const R* in, R* out, const primitive_plan* raw, std
     // Direct lengths first: what stands between the call and the codelet is a good part of their time.
     if (raw != nullptr && in != nullptr && out != nullptr) {
         const primitive_plan& plan = *aligned64(raw);
-        if (plan.stamp == stamp_complex && plan.length <= direct_limit && plan.scale_forward + plan.scale_inverse == 0) {
+        if (plan.stamp == stamp_complex && plan.length <= direct_limit &&
+            plan.scale_forward + plan.scale_inverse == 0) {
             const auto& table = codelets<R>();
             (d == direction::forward ? table.forward : table.backward)[plan.length](in, out);
             return kpr_ok;

@@ -1,7 +1,8 @@
 // dft/primitive/field.hpp - the data between passes: real and imaginary parts apart, so that no pass shuffles.
 //
-//     planar    re re re ..      im im im ..     two arrays, a plane apart; any radices, ends of blocks in part vectors
-//     blocked   re re im im re re im im ..       whole vectors in turn; powers of 2, where two arrays would meet in
+//     planar    re re re ..      im im im ..     two arrays, a plane apart; any radices, ends of blocks in part
+//     vectors blocked   re re im im re re im im ..       whole vectors in turn; powers of 2, where two arrays would
+//     meet in
 //                                                the same cache sets
 // Interleaved data turns into this in the first pass and back in the last. The inverse is the forward transform with
 // the parts exchanged at both ends, so that all passes between serve both directions.
@@ -143,7 +144,8 @@ VRN_INLINE void store_lanes(const vec<float> (&x)[N], float* to, std::ptrdiff_t 
         if (count > 3) store_high(high, at + 3 * distance);
     });
     if constexpr (N % 2 != 0)
-        for (int l = 0; l < count; ++l) to[l * distance + (N - 1) % 4 + step * (N - 1 - (N - 1) % 4)] = x[N - 1].lane(l);
+        for (int l = 0; l < count; ++l)
+            to[l * distance + (N - 1) % 4 + step * (N - 1 - (N - 1) % 4)] = x[N - 1].lane(l);
 }
 
 } // namespace vrn::dft

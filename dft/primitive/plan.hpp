@@ -11,15 +11,15 @@
 namespace vrn::dft {
 
 // ---- limits ----
-inline constexpr int direct_limit = 16;              // lengths up to it: one codelet
-inline constexpr int prime_limit = 90;               // primes up to it: the double loop; odd lengths' last radix
-inline constexpr int even_last_radix_limit = 150;    // even lengths' last radix
-inline constexpr int mixed_limit = 1 << 26;          // lengths that are no power of 2 stay below
-inline constexpr int chirp_limit = 1 << 25;          // chirp lengths stay below
-inline constexpr int flat_limit = 500;               // a stage on more values than that recurses into its parts
-inline constexpr int scrambled_from = 5000;          // scrambled plans leave digits reversed from here
-inline constexpr int in_cache_order = 16;            // powers of 2 up to it are one run of stages
-inline constexpr int work_slack = 128;               // bytes behind a work area that vectors may read
+inline constexpr int direct_limit = 16;           // lengths up to it: one codelet
+inline constexpr int prime_limit = 90;            // primes up to it: the double loop; odd lengths' last radix
+inline constexpr int even_last_radix_limit = 150; // even lengths' last radix
+inline constexpr int mixed_limit = 1 << 26;       // lengths that are no power of 2 stay below
+inline constexpr int chirp_limit = 1 << 25;       // chirp lengths stay below
+inline constexpr int flat_limit = 500;            // a stage on more values than that recurses into its parts
+inline constexpr int scrambled_from = 5000;       // scrambled plans leave digits reversed from here
+inline constexpr int in_cache_order = 16;         // powers of 2 up to it are one run of stages
+inline constexpr int work_slack = 128;            // bytes behind a work area that vectors may read
 
 struct pow2_plan {
     std::int32_t stamp;
@@ -29,10 +29,10 @@ struct pow2_plan {
     double scale;
     std::int32_t hint;
     std::int32_t work_size;
-    std::int32_t table_order; // of the table that the twiddles came from
-    void* twiddle_table;      // two-level plans: the roots between the levels
+    std::int32_t table_order;   // of the table that the twiddles came from
+    void* twiddle_table;        // two-level plans: the roots between the levels
     std::int32_t* bit_reversal; // input index of each block of the first pass
-    void* allocation;         // what kprMalloc gave for this record
+    void* allocation;           // what kprMalloc gave for this record
     std::int32_t last_stage;
     stage_record stages[8];
     pow2_plan* rows; // the second of two levels

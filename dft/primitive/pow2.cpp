@@ -11,7 +11,8 @@ namespace vrn::dft {
 namespace {
 
 constexpr int direct_order = 5, longest_order = 27;
-// A stage on more values recurses: 16 KiB, with as much input, output and twiddles, are what a first-level cache holds.
+// A stage on more values recurses: 16 KiB, with as much input, output and twiddles, are what a first-level cache
+// holds.
 template <class R>
 constexpr int pow2_flat_limit = 16384 / (2 * sizeof(R));
 
@@ -40,8 +41,7 @@ std::int32_t build(pow2_plan& plan)
         lay_out(plan.stages, radices, count, static_cast<std::int32_t>(n));
         plan.table_order = order <= 10 ? 10 : order;
         plan.bit_reversal = make_permutation(plan.stages, plan.last_stage);
-        if (plan.bit_reversal == nullptr || !make_stage_tables<R>(plan.stages, plan.last_stage))
-            return kpr_no_memory;
+        if (plan.bit_reversal == nullptr || !make_stage_tables<R>(plan.stages, plan.last_stage)) return kpr_no_memory;
         plan.work_size = static_cast<std::int32_t>((n * value + 63) & ~std::int64_t{63});
         return kpr_ok;
     }
@@ -96,8 +96,8 @@ void run_pow2(const pow2_plan* plan, direction d, const R* in, R* out, std::byte
         const direct_row<R>& row = direct_tables_of<R>().first[4];
         (d == direction::forward ? row.forward : row.backward)(in, out);
     } else if (plan->order <= in_cache_order)
-        run_stages<R, layout::blocked>(plan->stages, plan->last_stage, plan->bit_reversal, pow2_flat_limit<R>, d, in, out,
-                                       reinterpret_cast<R*>(work));
+        run_stages<R, layout::blocked>(plan->stages, plan->last_stage, plan->bit_reversal, pow2_flat_limit<R>, d, in,
+                                       out, reinterpret_cast<R*>(work));
     else run_two_level(*plan, d, in, out, work);
 }
 template void run_pow2<double>(const pow2_plan*, direction, const double*, double*, std::byte*);

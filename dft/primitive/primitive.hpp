@@ -5,7 +5,8 @@
 // A plan is made once and read-only afterwards: any number of threads may compute with it, each with its own work.
 // Two copies of one form: _d on doubles, _s on singles. Complex data is passed as pointers to reals, interleaved,
 // aligned for its reals only. in and out are the same array or do not overlap; out of place `in` is not written.
-// Called by the descriptor layers; knows nothing of descriptors. Cooley and Tukey (1965), Good (1958), Bluestein (1970).
+// Called by the descriptor layers; knows nothing of descriptors. Cooley and Tukey (1965), Good (1958), Bluestein
+// (1970).
 #pragma once
 
 #include <cstddef>

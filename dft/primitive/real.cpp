@@ -3,8 +3,8 @@
 // Even n: the half-length method (codelets/halves.hpp) on the complex plan of n/2.
 // Odd n: primes by the double loop over real pairs, anything else through the complex plan of n.
 
-#include "dft/codelets/codelets.hpp"
 #include "dft/primitive/real.hpp"
+#include "dft/codelets/codelets.hpp"
 
 namespace vrn::dft {
 namespace {
@@ -100,7 +100,8 @@ void run_odd(const primitive_plan& plan, direction d, packing form, const R* in,
     }
     R on_stack[2 * direct_limit] = {};
     R* z = n <= direct_limit ? on_stack : reinterpret_cast<R*>(work);
-    std::byte* inner_work = n <= direct_limit ? nullptr : aligned64(work + sizeof(R) * 2 * static_cast<std::size_t>(n));
+    std::byte* inner_work =
+        n <= direct_limit ? nullptr : aligned64(work + sizeof(R) * 2 * static_cast<std::size_t>(n));
     const primitive_plan* inner = aligned64(plan.conv_plan);
     if (d == direction::forward) {
         for (std::int32_t j = 0; j < n; ++j) z[2 * j] = in[j], z[2 * j + 1] = 0;
@@ -146,7 +147,8 @@ std::int32_t build(primitive_plan& plan)
         return kpr_ok;
     }
     const std::int32_t h = n / 2;
-    if (const auto status = make_complex<R>(&plan.conv_plan, h, scale_none, plan.hint, stamp_complex); status != kpr_ok)
+    if (const auto status = make_complex<R>(&plan.conv_plan, h, scale_none, plan.hint, stamp_complex);
+        status != kpr_ok)
         return status;
     plan.work_size = aligned64(plan.conv_plan)->work_size;
     plan.tables[0] = make_half_roots<R>(n);
@@ -156,7 +158,8 @@ std::int32_t build(primitive_plan& plan)
 } // namespace
 
 template <class R>
-std::int32_t make_real(primitive_plan** plan_out, std::int32_t length, std::int32_t flag, std::int32_t hint, plan_stamp)
+std::int32_t make_real(primitive_plan** plan_out, std::int32_t length, std::int32_t flag, std::int32_t hint,
+                       plan_stamp)
 {
     return make_plan(plan_out, length, flag, hint, stamp_real, [](primitive_plan& plan) { return build<R>(plan); });
 }

@@ -7,7 +7,8 @@
 namespace vrn::dft {
 
 template <class R>
-std::int32_t make_real(primitive_plan** plan_out, std::int32_t length, std::int32_t flag, std::int32_t hint, plan_stamp);
+std::int32_t make_real(primitive_plan** plan_out, std::int32_t length, std::int32_t flag, std::int32_t hint,
+                       plan_stamp);
 template <class R>
 void run_real(const primitive_plan& plan, direction d, packing form, const R* in, R* out, std::byte* work);
 

@@ -21,39 +21,60 @@ template <layout L, bool Last, bool Exchange>
 constexpr stage_kernel<L> stage_of(int radix)
 {
     switch (radix) {
-    case 4: return stage<4, Last, Exchange, R, L>;
-    default: break;
+    case 4:
+        return stage<4, Last, Exchange, R, L>;
+    default:
+        break;
     }
     if constexpr (L == layout::blocked) return stage<8, Last, Exchange, R, L>;
     else switch (radix) {
-        case 2: return stage<2, Last, Exchange, R, L>;
-        case 3: return stage<3, Last, Exchange, R, L>;
-        case 5: return stage<5, Last, Exchange, R, L>;
-        case 7: return stage<7, Last, Exchange, R, L>;
-        case 11: return stage<11, Last, Exchange, R, L>;
-        case 13: return stage<13, Last, Exchange, R, L>;
-        default: return stage<0, Last, Exchange, R, L>;
+        case 2:
+            return stage<2, Last, Exchange, R, L>;
+        case 3:
+            return stage<3, Last, Exchange, R, L>;
+        case 5:
+            return stage<5, Last, Exchange, R, L>;
+        case 7:
+            return stage<7, Last, Exchange, R, L>;
+        case 11:
+            return stage<11, Last, Exchange, R, L>;
+        case 13:
+            return stage<13, Last, Exchange, R, L>;
+        default:
+            return stage<0, Last, Exchange, R, L>;
         }
 }
 template <layout L, bool Exchange>
 constexpr leaf_kernel<L> leaf_of(int radix)
 {
     switch (radix) {
-    case 4: return leaf<4, Exchange, R, L>;
-    case 8: return leaf<8, Exchange, R, L>;
-    case 16: return leaf<16, Exchange, R, L>;
-    default: break;
+    case 4:
+        return leaf<4, Exchange, R, L>;
+    case 8:
+        return leaf<8, Exchange, R, L>;
+    case 16:
+        return leaf<16, Exchange, R, L>;
+    default:
+        break;
     }
     if constexpr (L == layout::blocked) return nullptr;
     else switch (radix) {
-        case 2: return leaf<2, Exchange, R, L>;
-        case 3: return leaf<3, Exchange, R, L>;
-        case 5: return leaf<5, Exchange, R, L>;
-        case 6: return leaf<6, Exchange, R, L>;
-        case 7: return leaf<7, Exchange, R, L>;
-        case 11: return leaf<11, Exchange, R, L>;
-        case 13: return leaf<13, Exchange, R, L>;
-        default: return leaf<0, Exchange, R, L>;
+        case 2:
+            return leaf<2, Exchange, R, L>;
+        case 3:
+            return leaf<3, Exchange, R, L>;
+        case 5:
+            return leaf<5, Exchange, R, L>;
+        case 6:
+            return leaf<6, Exchange, R, L>;
+        case 7:
+            return leaf<7, Exchange, R, L>;
+        case 11:
+            return leaf<11, Exchange, R, L>;
+        case 13:
+            return leaf<13, Exchange, R, L>;
+        default:
+            return leaf<0, Exchange, R, L>;
         }
 }
 
@@ -90,8 +111,8 @@ struct runner {
     void leaves(std::int32_t begin, std::int32_t size) const
     {
         const stage_record& s = stages[last];
-        leaf_of<L, Inverse>(s.radix)({in, s.product, permutation + begin / s.radix, data.at(begin), size / s.radix,
-                                      roots_of(s), s.radix});
+        leaf_of<L, Inverse>(s.radix)(
+            {in, s.product, permutation + begin / s.radix, data.at(begin), size / s.radix, roots_of(s), s.radix});
     }
     void combine(int t, std::int32_t begin, std::int32_t size) const
     {

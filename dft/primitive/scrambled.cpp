@@ -1,11 +1,13 @@
-// dft/primitive/scrambled.cpp - transforms in place that leave their digits reversed, and the inverses that undo them.
+// dft/primitive/scrambled.cpp - transforms in place that leave their digits reversed, and the inverses that undo
+// them.
 //
-//     forward   for each radix r, outermost first: butterflies over parts of m values, then times w_(rm)^(qk) (Gentleman
+//     forward   for each radix r, outermost first: butterflies over parts of m values, then times w_(rm)^(qk)
+//     (Gentleman
 //               and Sande 1966); the parts are transformed in turn
 //     inverse   the same steps back, with conjugate roots
 //
-// Nothing is permuted and nothing copied. Lengths below 5000, powers of 2 and chirps take the complex way and come out
-// in order, which their own inverse undoes as well.
+// Nothing is permuted and nothing copied. Lengths below 5000, powers of 2 and chirps take the complex way and come
+// out in order, which their own inverse undoes as well.
 
 #include "dft/primitive/factor.hpp"
 
@@ -107,14 +109,22 @@ template <bool Backward, class R>
 void stage_by_radix(R* x, const stage_record& s)
 {
     switch (s.radix) {
-    case 2: return stage_on<2, Backward>(x, s);
-    case 3: return stage_on<3, Backward>(x, s);
-    case 4: return stage_on<4, Backward>(x, s);
-    case 5: return stage_on<5, Backward>(x, s);
-    case 7: return stage_on<7, Backward>(x, s);
-    case 11: return stage_on<11, Backward>(x, s);
-    case 13: return stage_on<13, Backward>(x, s);
-    default: return stage_on<0, Backward>(x, s);
+    case 2:
+        return stage_on<2, Backward>(x, s);
+    case 3:
+        return stage_on<3, Backward>(x, s);
+    case 4:
+        return stage_on<4, Backward>(x, s);
+    case 5:
+        return stage_on<5, Backward>(x, s);
+    case 7:
+        return stage_on<7, Backward>(x, s);
+    case 11:
+        return stage_on<11, Backward>(x, s);
+    case 13:
+        return stage_on<13, Backward>(x, s);
+    default:
+        return stage_on<0, Backward>(x, s);
     }
 }
 
@@ -125,8 +135,7 @@ void run_from(const primitive_plan& plan, int s, R* x)
     const stage_record& stage = plan.stages[s];
     if (!Backward) stage_by_radix<false>(x, stage);
     if (s < plan.last_stage)
-        for (std::ptrdiff_t q = 0; q < stage.radix; ++q)
-            run_from<Backward>(plan, s + 1, x + 2 * q * stage.remaining);
+        for (std::ptrdiff_t q = 0; q < stage.radix; ++q) run_from<Backward>(plan, s + 1, x + 2 * q * stage.remaining);
     if (Backward) stage_by_radix<true>(x, stage);
 }
 

@@ -1,8 +1,8 @@
 // dft/primitive/stages.hpp - the passes of a mixed-radix transform, decimated in time (Cooley and Tukey 1965).
 //
 //     leaf    blocks of r values, read from interleaved input through a table of first indices; one block a lane
-//     stage   data[k + q m] := sum over i of w_r^(iq) w_(rm)^(ik) data[k + i m],  k < m, on `count` blocks of r m values
-//     last    the same on the one block that is left, written interleaved
+//     stage   data[k + q m] := sum over i of w_r^(iq) w_(rm)^(ik) data[k + i m],  k < m, on `count` blocks of r m
+//     values last    the same on the one block that is left, written interleaved
 //
 // A stage runs along k, a vector of neighbours at a time, and reads its twiddles in turn: for each vector of k, for
 // i = 1 .. r-1, cosines and then sines. The vector at the end of a block is read whole and stored in part; what lies

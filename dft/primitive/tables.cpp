@@ -8,11 +8,20 @@ bool scale_words_of(std::int32_t flag, std::int32_t length, scale_words& words)
 {
     const double n = length;
     switch (flag) {
-    case scale_none: words = {0, 0, 1}; return true;
-    case scale_both: words = {1, 1, 1 / std::sqrt(n)}; return true;
-    case scale_forward_only: words = {1, 0, 1 / n}; return true;
-    case scale_inverse_only: words = {0, 1, 1 / n}; return true;
-    default: return false;
+    case scale_none:
+        words = {0, 0, 1};
+        return true;
+    case scale_both:
+        words = {1, 1, 1 / std::sqrt(n)};
+        return true;
+    case scale_forward_only:
+        words = {1, 0, 1 / n};
+        return true;
+    case scale_inverse_only:
+        words = {0, 1, 1 / n};
+        return true;
+    default:
+        return false;
     }
 }
 

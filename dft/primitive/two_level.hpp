@@ -3,10 +3,9 @@
 //     1. rows       row i of A holds x[i + A m], m < B: gathered, and transformed to Y_i[k], k < B
 //     2. columns    X[k + B q] := sum over i of w_A^(iq) w_n^(ik) Y_i[k], in place for each k
 //
-// Rows go `group` at a time, whole lines of the cache. So do columns, one a lane, in two steps of radix sqrt(A) through
-// a buffer that stays in the first-level cache. Between the levels the data is in `out`, or where that is `in` as well,
-// in the work area.
-// Bailey (1990), FFTs in external or hierarchical memory. Used by pow2.cpp alone.
+// Rows go `group` at a time, whole lines of the cache. So do columns, one a lane, in two steps of radix sqrt(A)
+// through a buffer that stays in the first-level cache. Between the levels the data is in `out`, or where that is
+// `in` as well, in the work area. Bailey (1990), FFTs in external or hierarchical memory. Used by pow2.cpp alone.
 #pragma once
 
 #include "dft/primitive/plan.hpp"
@@ -102,9 +101,7 @@ struct two_level {
                         const R* at = from + 2 * group * i;
                         return apart<R>{V::load(at), V::load(at + lanes)};
                     },
-                    [&](auto q, apart<R> x) VRN_HERE {
-                        interleave<Exchange>(x, to + 2 * Radix * b * q, lanes);
-                    });
+                    [&](auto q, apart<R> x) VRN_HERE { interleave<Exchange>(x, to + 2 * Radix * b * q, lanes); });
             }
     }
 

@@ -1,4 +1,5 @@
-// tests/dft/codelets_test.cpp - direct codelets, direct table kernels, real direct kernels and batch plans by their tables.
+// tests/dft/codelets_test.cpp - direct codelets, direct table kernels, real direct kernels and batch plans by their
+// tables.
 
 #include "dft/codelets/batch.hpp"
 #include "dft/codelets/codelets.hpp"
@@ -13,7 +14,8 @@ using namespace vrn::test;
 namespace dft = vrn::dft;
 
 template <class R>
-class Codelets : public ::testing::Test {};
+class Codelets : public ::testing::Test {
+};
 TYPED_TEST_SUITE(Codelets, reals);
 
 template <class R>
@@ -25,7 +27,8 @@ void check(dft::plain_codelet<R>* codelet, std::size_t n, int sign)
     codelet(in.data(), out.data());
     EXPECT_EQ(in, x);
     const auto want = vrn::oracle::dft(widened(x, n), sign);
-    EXPECT_LE(vrn::oracle::distance(widened(out, n), want), bound<R>(static_cast<std::int64_t>(n))) << n << ' ' << sign;
+    EXPECT_LE(vrn::oracle::distance(widened(out, n), want), bound<R>(static_cast<std::int64_t>(n)))
+        << n << ' ' << sign;
     codelet(in.data(), in.data());
     EXPECT_EQ(in, out) << "in place " << n;
 }
@@ -65,7 +68,8 @@ TYPED_TEST(Codelets, RealKernelsAsThePlans)
             auto want = x, got = x, back_want = x, back = x;
             K::packed[f][0](x.data(), want.data(), plan, nullptr);
             dft::real_codelets<R>().forward[slot](x.data(), got.data(), format, 1);
-            for (std::size_t i = 0; i < x.size(); ++i) EXPECT_NEAR(got[i], want[i], 8 * n * bound<R>(n)) << n << ' ' << i;
+            for (std::size_t i = 0; i < x.size(); ++i)
+                EXPECT_NEAR(got[i], want[i], 8 * n * bound<R>(n)) << n << ' ' << i;
             K::packed[f][1](want.data(), back_want.data(), plan, nullptr);
             dft::real_codelets<R>().backward[slot](want.data(), back.data(), format, R(0.5));
             for (int i = 0; i < n; ++i)
@@ -136,9 +140,11 @@ TEST(Roots, AreTheNearest)
             const long double t = turn * static_cast<long double>(k) / static_cast<long double>(n);
             for (auto [got, near, want] : {std::tuple{constant.cos, table.cos, std::cos(t)},
                                            std::tuple{constant.sin, table.sin, std::sin(t)}}) {
-                EXPECT_LE(std::fabs(got - want), std::ldexp(0.501L, std::ilogb(std::fabs(want) + 1e-18L) - 52) + 1e-18L)
+                EXPECT_LE(std::fabs(got - want),
+                          std::ldexp(0.501L, std::ilogb(std::fabs(want) + 1e-18L) - 52) + 1e-18L)
                     << k << '/' << n;
-                EXPECT_LE(std::fabs(near - want), std::ldexp(1.0L, std::ilogb(std::fabs(want) + 1e-18L) - 52) + 1e-18L);
+                EXPECT_LE(std::fabs(near - want),
+                          std::ldexp(1.0L, std::ilogb(std::fabs(want) + 1e-18L) - 52) + 1e-18L);
             }
         }
 }

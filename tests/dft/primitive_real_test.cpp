@@ -8,7 +8,8 @@ using namespace vrn::test;
 namespace dft = vrn::dft;
 
 template <class R>
-class PrimitiveReal : public ::testing::Test {};
+class PrimitiveReal : public ::testing::Test {
+};
 TYPED_TEST_SUITE(PrimitiveReal, reals);
 
 enum form { ccs, pack, perm };
@@ -91,8 +92,10 @@ TEST(PrimitiveRealPlan, WaysByLength)
         int n;
         const char* line;
     };
-    const row rows[] = {{2, "2 = halves of 1 = codelet"},       {32, "32 = halves of 16 = codelet"},
-                        {17, "17 = prime"},                     {15, "15 = complex 15 = codelet"},
+    const row rows[] = {{2, "2 = halves of 1 = codelet"},
+                        {32, "32 = halves of 16 = codelet"},
+                        {17, "17 = prime"},
+                        {15, "15 = complex 15 = codelet"},
                         {194, "194 = halves of 97 = chirp 200 = 5 5 leaf 8"},
                         {2048, "2048 = halves of 1024 = 8 8 leaf 16"}};
     for (const row& r : rows) {
@@ -101,7 +104,9 @@ TEST(PrimitiveRealPlan, WaysByLength)
         EXPECT_EQ(line_of(plan), std::string("real ") + r.line);
         std::int32_t size = 0;
         dft::kprDftGetWorkSize_Real_d(plan, &size);
-        if (r.n == 17) { EXPECT_EQ(size, 8 * 17 + 64); }
+        if (r.n == 17) {
+            EXPECT_EQ(size, 8 * 17 + 64);
+        }
         dft::kprDftFree_Real_d(plan);
     }
 }

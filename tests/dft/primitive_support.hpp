@@ -1,4 +1,5 @@
-// tests/dft/primitive_support.hpp - the engine's entries of either precision by one name, and a host's memory that counts.
+// tests/dft/primitive_support.hpp - the engine's entries of either precision by one name, and a host's memory that
+// counts.
 #pragma once
 
 #include "dft/primitive/primitive.hpp"

@@ -13,14 +13,17 @@ using vrn::oracle::wide;
 constexpr int guard = 8; // reals around every array
 
 template <class R>
-class Primitive : public ::testing::Test {};
+class Primitive : public ::testing::Test {
+};
 TYPED_TEST_SUITE(Primitive, reals);
 
 // A vector with guards of NaN, which must be there afterwards.
 template <class R>
 struct guarded {
     std::vector<R> all;
-    explicit guarded(std::size_t count, std::size_t shift = 0) : all(count + 2 * guard + shift, R(NAN)), shift(shift) {}
+    explicit guarded(std::size_t count, std::size_t shift = 0) : all(count + 2 * guard + shift, R(NAN)), shift(shift)
+    {
+    }
     R* data() { return all.data() + guard + shift; }
     std::size_t size() const { return all.size() - 2 * guard - shift; }
     std::vector<R> inner() const { return {all.begin() + guard + static_cast<long>(shift), all.end() - guard}; }
@@ -64,9 +67,11 @@ void check_complex(int n)
 TYPED_TEST(Primitive, LengthsAgainstTheDefinition)
 {
     for (int n = 1; n <= 300; ++n) check_complex<TypeParam>(n);
-    for (int n : {302, 499, 500, 501, 509, 720, 997, 1000, 1009, 1024, 1260, 1331, 1536, 2048, 2197, 4096, 4999, 5000})
+    for (int n :
+         {302, 499, 500, 501, 509, 720, 997, 1000, 1009, 1024, 1260, 1331, 1536, 2048, 2197, 4096, 4999, 5000})
         check_complex<TypeParam>(n);
-    for (int n : {6561, 8191, 8192, 10000, 16384, 17 * 17 * 17, 32768, 65536, 65537, 89 * 89 * 3, 100000, 131072, 262144})
+    for (int n :
+         {6561, 8191, 8192, 10000, 16384, 17 * 17 * 17, 32768, 65536, 65537, 89 * 89 * 3, 100000, 131072, 262144})
         check_complex<TypeParam>(n);
     EXPECT_EQ(heap.live, 0);
 }
@@ -123,7 +128,8 @@ TEST(PrimitivePlan, WaysByLength)
         const char* line;
         int work;
     };
-    // Work in double: n values and 128 bytes, twice the longest odd radix above 13 more values; 16 n and 64 for primes.
+    // Work in double: n values and 128 bytes, twice the longest odd radix above 13 more values; 16 n and 64 for
+    // primes.
     const row rows[] = {
         {1, "1 = codelet", 0},
         {16, "16 = codelet", 0},
@@ -157,7 +163,9 @@ TEST(PrimitivePlan, WaysByLength)
         EXPECT_EQ(line_of(plan), std::string("complex ") + r.line);
         std::int32_t size = 0;
         dft::kprDftGetWorkSize_Complex_d(plan, &size);
-        if (r.work != 0 || r.n <= 16) { EXPECT_EQ(size, r.work) << r.n; }
+        if (r.work != 0 || r.n <= 16) {
+            EXPECT_EQ(size, r.work) << r.n;
+        }
         dft::kprDftFree_Complex_d(plan);
     }
 }
@@ -216,7 +224,9 @@ TYPED_TEST(Primitive, OutOfMemory)
                 if (made) status = compute(x.data(), y.data(), plan, nullptr);
                 const bool refused = heap.asked > good;
                 EXPECT_EQ(status, refused ? dft::kpr_no_memory : 0) << n << ' ' << good;
-                if (refused) { EXPECT_EQ(y, x); }
+                if (refused) {
+                    EXPECT_EQ(y, x);
+                }
                 if (made) release(plan);
                 EXPECT_EQ(heap.live, 0) << n << ' ' << good;
                 if (!refused) break;
@@ -263,7 +273,9 @@ TYPED_TEST(Primitive, ScrambledIsUndoneByItsInverse)
         ASSERT_EQ(K::init_scrambled(&plan, n, dft::scale_inverse_only, 0), 0);
         std::int32_t size = -1;
         K::work_scrambled(plan, &size);
-        if (n == 5000) { EXPECT_EQ(size, 0); }
+        if (n == 5000) {
+            EXPECT_EQ(size, 0);
+        }
         if (n == 17 * 17 * 18) {
             EXPECT_EQ(size, 34 * 2 * static_cast<int>(sizeof(R)) + 128);
         }
@@ -281,8 +293,8 @@ TYPED_TEST(Primitive, ScrambledIsUndoneByItsInverse)
         std::vector<wide> ordered(count);
         std::vector<char> seen(count);
         for (std::size_t i = 0; i < count; ++i) {
-            const long double turns = -std::atan2(static_cast<long double>(named[2 * i + 1]), named[2 * i]) /
-                                      (8 * std::atan(1.0L));
+            const long double turns =
+                -std::atan2(static_cast<long double>(named[2 * i + 1]), named[2 * i]) / (8 * std::atan(1.0L));
             const auto k = static_cast<std::size_t>(std::llround(turns * n) + n) % count;
             seen[k] = 1;
             ordered[k] = {y[2 * i], y[2 * i + 1]};

@@ -34,7 +34,8 @@ inline std::vector<wide> dft(const std::vector<wide>& x, int sign)
     }
     for (std::int64_t k = 0; k < n; ++k)
         for (std::int64_t j = 0; j < n; ++j)
-            y[static_cast<std::size_t>(k)] += x[static_cast<std::size_t>(j)] * root[static_cast<std::size_t>(j * k % n)];
+            y[static_cast<std::size_t>(k)] +=
+                x[static_cast<std::size_t>(j)] * root[static_cast<std::size_t>(j * k % n)];
     return y;
 }
 
