@@ -2,8 +2,8 @@
 """plot.py FOLDER - pictures of the benchmark tables in FOLDER (CSV of Google Benchmark), by gnuplot.
 
 A row is <routine>/<variant>/.../<size>; rows that differ in the size alone are one curve, drawn over the size as the
-ratio to the best SSE peer and, where the table has it, as the share of the peak (arithmetic, or a memory copy). Writes <table>.svg beside each
-table; says so where gnuplot is missing.
+ratio to the best SSE peer and, where the table has it, as the share of the peak (arithmetic, or a memory copy).
+Writes <table>.svg beside each table; says so where gnuplot is missing.
 """
 import csv
 import re
