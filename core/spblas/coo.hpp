@@ -65,7 +65,7 @@ void mv(const coo_view<T, I>& stored, char op, I m, I k, T alpha, const descript
     const T* val = stored.val;
     const I one = 1, nnz = *stored.nnz;
     const kernel_choice kernel = choose<T, I>(format::coo, product::mv, a.op, a.d, a.d.base, a.d.base == 0);
-    if (kernel.negated) alpha = minus(alpha);
+    if (kernel.negated) alpha = minus<T, I>(alpha);
     if (a.d.kind == 'd') {
         prepare(m, beta, y);
         return kernel.as<arguments::coo_mv_seq<T, I>>()(&m, &k, &alpha, val, a.rowind, a.colind, &nnz, x, y);
@@ -93,7 +93,7 @@ bool mm_in_scratch(F* f, const turned_coo<T, I>& a, const T* val, I nnz, I m, ra
     const I one = 1;
     for (std::int64_t j = columns.from; j < columns.to; j += width) {
         const I count = static_cast<I>(std::min(width, columns.to - j));
-        std::fill_n(rows, width * k, T{});
+        prepare(static_cast<I>(width * k), T{}, rows);
         f(&one, &count, &m, &k, &alpha, val, a.rowind, a.colind, &nnz, b + j * ldb, &ldb, nullptr, nullptr, sums, rows);
         for (std::int64_t s = 0; s < count; ++s) {
             T* const to = c + (j + s) * ldc;
@@ -116,7 +116,7 @@ void mm(const coo_view<T, I>& stored, char op, I m, I n, I k, T alpha, const des
     const in_base<I> indices(a.rowind, a.colind, nnz, a.d.base, by_rows ? 0 : 1);
     if (!indices.good) return;
     const kernel_choice kernel = choose<T, I>(format::coo, product::mm, a.op, a.d, by_rows ? 0 : 1, by_rows);
-    if (kernel.negated) alpha = minus(alpha);
+    if (kernel.negated) alpha = minus<T, I>(alpha);
     auto* f = kernel.as<arguments::coo_mm_par<T, I>>();
     const bool several = !by_rows && a.d.kind == 'g' && kernel.op == 'n' && n > 1 && k >= m && nnz >= k;
     auto* wide = several ? choose<T, I>(format::coo, product::mm, 'n', a.d, 1, true)
@@ -149,15 +149,11 @@ void sm(const coo_view<T, I>& stored, char op, I m, I n, T alpha, const descript
     turned_coo<T, I> a(stored, op, given);
     const in_base<I> indices(a.rowind, a.colind, *stored.nnz, nothing ? by_rows ? 0 : 1 : a.d.base, by_rows ? 0 : 1);
     if (!indices.good) return;
-    copy_scaled(by_rows, m, n, alpha, b, ldb, c, ldc);
-    if (nothing) return;
+    if (nothing) return solve_columns(by_rows, m, n, m, alpha, b, ldb, c, ldc, [](I, I) {});
     auto* f = choose<T, I>(format::coo, product::sm, a.op, a.d, by_rows ? 0 : 1, by_rows)
                   .template as<arguments::coo_sm_par<T, I>>();
-    threads::run(threads_for(std::int64_t{*stored.nnz} * n), [&](int part, int parts) {
-        const auto [from, to] = columns_of(n, by_rows, part, parts);
-        const I first = static_cast<I>(from + 1), last = static_cast<I>(to);
-        if (from < to)
-            f(&first, &last, &m, &n, &alpha, stored.val, a.rowind, a.colind, stored.nnz, c, &ldc);
+    solve_columns(by_rows, m, n, *stored.nnz, alpha, b, ldb, c, ldc, [&](I first, I last) {
+        f(&first, &last, &m, &n, &alpha, stored.val, a.rowind, a.colind, stored.nnz, c, &ldc);
     });
 }
 

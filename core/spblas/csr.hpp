@@ -28,7 +28,7 @@ void mv(const csr_view<T, I>& a, char op, I m, I k, T alpha, const description& 
     const I rows = transposes(op) ? k : m, one = 1;
     if (alpha == T{} || m == 0 || k == 0) return prepare(rows, beta, y);
     const kernel_choice kernel = choose<T, I>(format::csr, product::mv, op, d, d.base, d.base == 0);
-    if (kernel.negated) alpha = minus(alpha);
+    if (kernel.negated) alpha = minus<T, I>(alpha);
     op = kernel.op;
     if (whole(op, d))
         return kernel.as<arguments::csr_mv_seq<T, I>>()(&m, &rows, &alpha, a.val, a.indx, a.pntrb, a.pntre, x, y,
@@ -40,8 +40,13 @@ void mv(const csr_view<T, I>& a, char op, I m, I k, T alpha, const description& 
         f(&first, &last, &m, &rows, &alpha, a.val, a.indx, a.pntrb, a.pntre, x, target, &scale);
     };
     const std::int64_t work = entries(a.pntrb, a.pntre, m);
-    if (scatters(op, d)) in_private_vectors<T, I>(rows, work, beta, y, part_of);
-    else threads::run(threads_for(work), [&](int part, int parts) { part_of(part, parts, y, beta); });
+    if (scatters(op, d)) {
+        // Two-sided kernels write their own rows and what the triangle mirrors them to.
+        const reach where = d.kind == 'g' ? reach::anywhere : d.lower() ? reach::lower : reach::upper;
+        in_private_vectors<T, I>(
+            rows, work, beta, y, where,
+            [&](int part, int parts) { return row_of_part(a.pntrb, a.pntre, m, part, parts); }, part_of);
+    } else threads::run(threads_for(work), [&](int part, int parts) { part_of(part, parts, y, beta); });
 }
 
 // C := beta*C + alpha*op(A)*B, C with n columns.
@@ -52,7 +57,7 @@ void mm(const csr_view<T, I>& a, char op, I m, I n, I k, T alpha, const descript
     const I rows = transposes(op) ? k : m;
     if (alpha == T{} || m == 0 || k == 0) return prepare(d.by_rows, rows, n, beta, c, ldc);
     const kernel_choice kernel = choose<T, I>(format::csr, product::mm, op, d, d.base, d.by_rows);
-    if (kernel.negated) alpha = minus(alpha);
+    if (kernel.negated) alpha = minus<T, I>(alpha);
     op = kernel.op;
     if (d.kind == 'd')
         return kernel.as<arguments::csr_mm_seq<T, I>>()(&m, &n, &k, &alpha, a.val, a.indx, a.pntrb, a.pntre, b, &ldb,
@@ -72,10 +77,9 @@ void mm(const csr_view<T, I>& a, char op, I m, I n, I k, T alpha, const descript
 template <class T, class I>
 void sv(const csr_view<T, I>& a, char op, I m, T alpha, const description& d, const T* x, T* y)
 {
-    const bool unit_diagonal = d.kind == 'd' && d.unit();
+    if (alpha == T{} || (d.kind == 'd' && d.unit()) || m == 0) return copy_scaled(m, alpha, x, y);
     // The diagonal's kernel is the one that applies alpha itself.
-    copy_scaled(m, d.kind == 'd' && !unit_diagonal && !(alpha == T{}) ? simd::unity<T> : alpha, x, y);
-    if (alpha == T{} || unit_diagonal || m == 0) return;
+    copy_scaled(m, d.kind == 'd' ? simd::unity<T> : alpha, x, y);
     choose<T, I>(format::csr, product::sv, op, d, d.base, d.base == 0)
         .template as<arguments::csr_sv_seq<T, I>>()(&m, &alpha, a.val, a.indx, a.pntrb, a.pntre, y);
 }
@@ -84,18 +88,17 @@ void sv(const csr_view<T, I>& a, char op, I m, T alpha, const description& d, co
 template <class T, class I>
 void sm(const csr_view<T, I>& a, char op, I m, I n, T alpha, const description& d, const T* b, I ldb, T* c, I ldc)
 {
-    const bool unit_diagonal = d.kind == 'd' && d.unit();
-    copy_scaled(d.by_rows, m, n, d.kind == 'd' && !unit_diagonal && !(alpha == T{}) ? simd::unity<T> : alpha, b, ldb,
-                c, ldc);
-    if (alpha == T{} || unit_diagonal || m == 0) return;
+    const std::int64_t work = entries(a.pntrb, a.pntre, m);
+    if (alpha == T{} || (d.kind == 'd' && d.unit()) || m == 0)
+        return solve_columns(d.by_rows, m, n, m, alpha, b, ldb, c, ldc, [](I, I) {});
     // Solves take the index base as an argument: the base in their names goes with the layout alone.
     auto* f = choose<T, I>(format::csr, product::sm, op, d, d.by_rows ? 0 : 1, d.by_rows)
                   .template as<arguments::csr_sm_par<T, I>>();
     const I base = static_cast<I>(d.base);
-    threads::run(threads_for(entries(a.pntrb, a.pntre, m) * n), [&](int part, int parts) {
-        const auto [from, to] = columns_of(n, d.by_rows, part, parts);
-        const I first = static_cast<I>(from + 1), last = static_cast<I>(to);
-        if (from < to) f(&first, &last, &m, &n, &alpha, a.val, a.indx, a.pntrb, a.pntre, c, &ldc, &base);
+    // The diagonal's kernel is the one that applies alpha itself.
+    const T before = d.kind == 'd' ? simd::unity<T> : alpha;
+    solve_columns(d.by_rows, m, n, work, before, b, ldb, c, ldc, [&](I first, I last) {
+        f(&first, &last, &m, &n, &alpha, a.val, a.indx, a.pntrb, a.pntre, c, &ldc, &base);
     });
 }
 

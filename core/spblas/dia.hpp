@@ -13,14 +13,6 @@
 
 namespace vrn::spblas::host {
 
-// y := beta*y + alpha*x, what remains of a unit diagonal class.
-template <class T, class I>
-void mv_unit(I m, T alpha, const T* x, T beta, T* y)
-{
-    prepare(m, beta, y);
-    for (std::int64_t i = 0; i < m; ++i) y[i] = y[i] + alpha * x[i];
-}
-
 template <class T, class I>
 void mv_in_strips(arguments::dia_mv_par<T, I>* f, const dia_view<T, I>& a, bool turned, I m, I k, T alpha, const T* x,
                   T beta, T* y)
@@ -50,9 +42,9 @@ void mv(const dia_view<T, I>& a, char op, I m, I k, T alpha, const description& 
 {
     const I length = transposes(op) ? k : m, count = *a.ndiag, one = 1;
     if (alpha == T{} || m == 0 || k == 0) return prepare(length, beta, y);
-    if (d.kind == 'd' && d.unit()) return mv_unit(m, alpha, x, beta, y);
+    if (d.kind == 'd' && d.unit()) return add_scaled<T, I>(false, m, 1, alpha, x, m, beta, y, m);
     const kernel_choice kernel = choose<T, I>(format::dia, product::mv, op, d, 1, false);
-    if (kernel.negated) alpha = minus(alpha);
+    if (kernel.negated) alpha = minus<T, I>(alpha);
     auto* f = kernel.as<arguments::dia_mv_par<T, I>>();
     if (d.kind == 'g') return mv_in_strips(f, a, transposes(kernel.op), m, k, alpha, x, beta, y);
 
@@ -82,12 +74,9 @@ void mm(const dia_view<T, I>& a, char op, I m, I n, I k, T alpha, const descript
 {
     const I length = transposes(op) ? k : m;
     if (alpha == T{} || m == 0 || k == 0) return prepare(false, length, n, beta, c, ldc);
-    if (d.kind == 'd' && d.unit()) {
-        for (std::int64_t j = 0; j < n; ++j) mv_unit(m, alpha, b + j * ldb, beta, c + j * ldc);
-        return;
-    }
+    if (d.kind == 'd' && d.unit()) return add_scaled(false, m, n, alpha, b, ldb, beta, c, ldc);
     const kernel_choice kernel = choose<T, I>(format::dia, product::mm, op, d, 1, false);
-    if (kernel.negated) alpha = minus(alpha);
+    if (kernel.negated) alpha = minus<T, I>(alpha);
     auto* f = kernel.as<arguments::dia_mm_par<T, I>>();
     threads::run(threads_for(std::int64_t{m} * *a.ndiag * n), [&](int part, int parts) {
         const auto [from, to] = columns_of(n, false, part, parts);
@@ -124,7 +113,10 @@ struct sorted_diagonals {
             val = values_.get(), lval = m;
         }
         I full_first, full_last, flag;
-        find_diagonals<T, I>(d, idiag, &count_, &first, &last, &full_first, &full_last, &flag);
+        const auto find = d.lower() ? d.unit() ? kernels<T, I>::find_diag_par_lu() : kernels<T, I>::find_diag_par_ln()
+                          : d.unit() ? kernels<T, I>::find_diag_par_uu()
+                                     : kernels<T, I>::find_diag_par_un();
+        find(idiag, &count_, &first, &last, &full_first, &full_last, &flag);
         // A matrix without a main diagonal or without anything beside it: the ranges found take in a neighbour.
         if (d.lower()) {
             while (last > 0 && idiag[last - 1] >= 0) --last;
@@ -171,13 +163,9 @@ void sm(const dia_view<T, I>& a, char op, I m, I n, T alpha, const description& 
     }
     const sorted_diagonals<T, I> s(a, m, d);
     if (!s.good) return;
-    copy_scaled(false, m, n, alpha, b, ldb, c, ldc);
     auto* f = kernel.as<arguments::dia_sm_par<T, I>>();
-    threads::run(threads_for(std::int64_t{m} * *a.ndiag * n), [&](int part, int parts) {
-        const auto [from, to] = columns_of(n, false, part, parts);
-        const I first = static_cast<I>(from + 1), last = static_cast<I>(to);
-        if (from < to)
-            f(&first, &last, &m, s.val, &s.lval, s.idiag(), nullptr, c, &ldc, &s.first, &s.last, nullptr, &s.main);
+    solve_columns(false, m, n, std::int64_t{m} * *a.ndiag, alpha, b, ldb, c, ldc, [&](I first, I last) {
+        f(&first, &last, &m, s.val, &s.lval, s.idiag(), nullptr, c, &ldc, &s.first, &s.last, nullptr, &s.main);
     });
 }
 

@@ -13,7 +13,6 @@ using simd::cplx;
 // The arrays of each format, in the order of the argument lists.
 template <class T, class I>
 struct csr_view {
-    using element = T;
     const T* val;
     const I *indx, *pntrb, *pntre;
 };
@@ -34,6 +33,12 @@ struct dia_view {
 };
 template <class T, class I>
 struct bsr_view {
+    const T* val;
+    const I *indx, *pntrb, *pntre;
+    const I* lb;
+};
+template <class T, class I>
+struct bsc_view {
     const T* val;
     const I *indx, *pntrb, *pntre;
     const I* lb;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "core/spblas/kernels.hpp"
+#include "core/spblas/views.hpp"
 #include "core/threads/threads.hpp"
 #include "frame/services.hpp"
 
@@ -95,10 +96,8 @@ class workspace {
 template <class T, class I>
 void copy_scaled(bool by_rows, I rows, I columns, T scale, const T* from, I ldfrom, T* to, I ldto)
 {
-    const std::int64_t lines = by_rows ? rows : columns, length = by_rows ? columns : rows;
-    for (std::int64_t j = 0; j < lines; ++j)
-        for (std::int64_t i = 0; i < length; ++i)
-            to[i + j * ldto] = scale == T{} ? T{} : scale == simd::unity<T> ? from[i + j * ldfrom] : scale * from[i + j * ldfrom];
+    if (rows == 0 || columns == 0) return;
+    kernels<T, I>::matcopy()(by_rows ? &columns : &rows, by_rows ? &rows : &columns, &scale, from, &ldfrom, to, &ldto);
 }
 template <class T, class I>
 void copy_scaled(I count, T scale, const T* from, T* to)
@@ -110,45 +109,145 @@ void copy_scaled(I count, T scale, const T* from, T* to)
 template <class T, class I>
 void prepare(I count, T beta, T* y)
 {
-    if (beta == simd::unity<T>) return;
-    copy_scaled<T, I>(count, beta, y, y);
+    I nonzero;
+    kernels<T, I>::zerocheck()(&beta, &nonzero);
+    if (nonzero == 0) kernels<T, I>::zeros()(y, &count);
+    else if (!(beta == simd::unity<T>)) copy_scaled<T, I>(count, beta, y, y);
 }
 template <class T, class I>
 void prepare(bool by_rows, I rows, I columns, T beta, T* c, I ldc)
 {
-    if (beta == simd::unity<T>) return;
-    copy_scaled<T, I>(by_rows, rows, columns, beta, c, ldc, c, ldc);
+    if (!(beta == simd::unity<T>)) copy_scaled<T, I>(by_rows, rows, columns, beta, c, ldc, c, ldc);
+}
+
+// The part of a dense matrix that begins at column j.
+template <class T, class I>
+T* from_column(bool by_rows, std::int64_t j, T* c, I ldc)
+{
+    return c + (by_rows ? j : j * ldc);
 }
 
 template <class T>
-T minus(T a)
+T conjugated(T a)
 {
-    return T{} - a;
+    return a;
+}
+template <class R>
+cplx<R> conjugated(cplx<R> a)
+{
+    return simd::conj(a);
+}
+template <class T>
+void conjugate(std::int64_t count, T* x)
+{
+    for (std::int64_t i = 0; i < count; ++i) x[i] = conjugated(x[i]);
+}
+template <class T>
+void conjugate(bool by_rows, std::int64_t rows, std::int64_t columns, T* c, std::int64_t ldc)
+{
+    for (std::int64_t j = 0; j < (by_rows ? rows : columns); ++j) conjugate(by_rows ? columns : rows, c + j * ldc);
 }
 
-// run(part, parts, target, beta) computes target := beta*target + its part of a sum; the parts are added up in y.
-// Part 0 works on y itself, the others on vectors of their own with beta zero. In the strict mode, where the number
-// of threads must not be seen in a sum, and without memory for the vectors, one part is all.
-template <class T, class I, class Run>
-void in_private_vectors(I length, std::int64_t work, T beta, T* y, Run&& run)
+// C := beta*C + alpha*B, what a class with a unit diagonal alone comes to.
+template <class T, class I>
+void add_scaled(bool by_rows, I rows, I columns, T alpha, const T* b, I ldb, T beta, T* c, I ldc)
 {
-    int wanted = vrn_serv_cbwr_get(1) == 1 ? threads_for(work) : 1;
+    prepare(by_rows, rows, columns, beta, c, ldc);
+    if (alpha == T{}) return;
+    for (std::int64_t j = 0; j < (by_rows ? rows : columns); ++j)
+        for (std::int64_t i = 0; i < (by_rows ? columns : rows); ++i)
+            c[i + j * ldc] = c[i + j * ldc] + alpha * b[i + j * ldb];
+}
+
+// The conjugate of a dense matrix, for what kernels do not conjugate themselves. Nothing is copied unless `wanted`.
+template <class T, class I>
+class conjugate_copy {
+  public:
+    conjugate_copy(bool wanted, bool by_rows, I rows, I columns, const T* b, I ldb)
+        : copy_(wanted ? std::int64_t{by_rows ? rows : columns} * ldb : 0),
+          good(vrn_serv_check_ptr_and_warn(copy_.get(), "sparse product with a conjugate") == 0)
+    {
+        if (!wanted || !good) return;
+        for (std::int64_t j = 0; j < (by_rows ? rows : columns); ++j)
+            for (std::int64_t i = 0; i < (by_rows ? columns : rows); ++i)
+                copy_.get()[i + j * ldb] = conjugated(b[i + j * ldb]);
+    }
+    const T* get() const { return copy_.get(); }
+
+  private:
+    workspace<T> copy_;
+
+  public:
+    const bool good;
+};
+
+// Runs solve(first, last) on columns from..to in one-based numbers, C := alpha*B in them before.
+template <class T, class I, class Solve>
+void solve_columns(bool by_rows, I m, I n, std::int64_t work, T alpha, const T* b, I ldb, T* c, I ldc, Solve&& solve)
+{
+    threads::run(threads_for(work * n), [&](int part, int parts) {
+        const auto [from, to] = columns_of(n, by_rows, part, parts);
+        if (from >= to) return;
+        copy_scaled(by_rows, m, static_cast<I>(to - from), alpha, from_column(by_rows, from, b, ldb), ldb,
+                    from_column(by_rows, from, c, ldc), ldc);
+        solve(static_cast<I>(from + 1), static_cast<I>(to));
+    });
+}
+
+// An antisymmetric matrix transposed is its negative.
+template <class T, class I>
+T minus(T a)
+{
+    kernels<T, I>::neones()(&a);
+    return a;
+}
+
+// Where a part of a product that scatters may write: anywhere, or on its own rows and before (lower) or behind (upper).
+enum class reach { anywhere, lower, upper };
+
+// run(part, parts, target, beta) computes target := beta*target + its part of a sum; the parts are added up in y.
+// Part 0 works on y itself, the others on vectors of their own with beta zero. `begins(part, parts)` is the row where a
+// part begins. In the strict mode, where the number of threads must not be seen in a sum, and without memory for the
+// vectors, one part is all.
+template <class T, class I, class Begins, class Run>
+void in_private_vectors(I length, std::int64_t work, T beta, T* y, reach where, Begins&& begins, Run&& run)
+{
+    constexpr int most = 64;
+    int wanted = vrn_serv_cbwr_get(1) == 1 ? std::min(threads_for(work), most) : 1;
     // A private vector is cleared, and read again by the sum: with less to do than that it is not worth having.
     if (work < 2 * std::int64_t{length}) wanted = 1;
     if (wanted > 1) {
         const workspace<T> others(std::int64_t{length} * (wanted - 1));
         if (others) {
             threads::run(wanted, [&](int part, int parts) {
-                run(part, parts, part == 0 ? y : others.get() + std::int64_t{length} * (part - 1),
-                    part == 0 ? beta : T{});
+                const auto vector = [&](int p) { return p == 0 ? y : others.get() + std::int64_t{length} * (p - 1); };
+                run(part, parts, vector(part), part == 0 ? beta : T{});
                 threads::barrier();
-                const auto [from, to] = share(length, 8, part, parts);
-                add_parts<T, I>(static_cast<I>(to - from), length, parts - 1, others.get() + from, y + from);
+                // Each thread adds up one chunk of y.
+                const range chunk = where == reach::anywhere
+                                        ? share(length, 8, part, parts)
+                                        : range{begins(part, parts), begins(part + 1, parts)};
+                const I n = static_cast<I>(chunk.to - chunk.from), from = static_cast<I>(chunk.from);
+                const T* list[most];
+                for (int p = 0; p < parts; ++p) list[p] = vector(p) + (where == reach::anywhere ? 0 : chunk.from);
+                T* const to = y + from;
+                // Of a lower matrix the parts behind reach this chunk, of an upper one those before.
+                const I count = parts - 1, behind = parts - part, before = part, first = 1, no_stride = 0;
+                if (n == 0) return;
+                if (where == reach::anywhere) kernels<T, I>::split_par()(&count, &n, &from, nullptr, list + 1, to);
+                else if (where == reach::lower)
+                    kernels<T, I>::split_syml_par()(&behind, &n, &first, nullptr, list + part, to);
+                else kernels<T, I>::split_symu_par()(&n, &no_stride, &before, nullptr, list + 1, to);
             });
             return;
         }
     }
     run(0, 1, y, beta);
+}
+template <class T, class I, class Run>
+void in_private_vectors(I length, std::int64_t work, T beta, T* y, Run&& run)
+{
+    in_private_vectors<T, I>(length, work, beta, y, reach::anywhere, [](int, int) { return std::int64_t{0}; }, run);
 }
 
 } // namespace vrn::spblas::host
