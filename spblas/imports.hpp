@@ -15,11 +15,30 @@ namespace vrn::spblas {
     {                                                                                                                \
         prefix##t##axpy(n, alpha, x, incx, y, incy);                                                                 \
     }
+#define VRN_SPARSE_DOT(prefix, I, t, T)                                                                              \
+    extern "C" T prefix##t##dot(const I* n, const T* x, const I* incx, const T* y, const I* incy);                   \
+    inline T dot(const I* n, const T* x, const I* incx, const T* y, const I* incy)                                   \
+    {                                                                                                                \
+        return prefix##t##dot(n, x, incx, y, incy);                                                                  \
+    }
+// A complex result goes through a first pointer. Without conjugation.
+#define VRN_SPARSE_DOTU(prefix, I, t, T)                                                                             \
+    extern "C" void prefix##t##dotu(T* result, const I* n, const T* x, const I* incx, const T* y, const I* incy);    \
+    inline T dot(const I* n, const T* x, const I* incx, const T* y, const I* incy)                                   \
+    {                                                                                                                \
+        T result;                                                                                                    \
+        prefix##t##dotu(&result, n, x, incx, y, incy);                                                               \
+        return result;                                                                                               \
+    }
 #define VRN_SPARSE_IMPORTS(prefix, I)                                                                                \
     VRN_SPARSE_IMPORT(prefix, I, s, float)                                                                           \
     VRN_SPARSE_IMPORT(prefix, I, d, double)                                                                          \
     VRN_SPARSE_IMPORT(prefix, I, c, simd::cplx<float>)                                                               \
-    VRN_SPARSE_IMPORT(prefix, I, z, simd::cplx<double>)
+    VRN_SPARSE_IMPORT(prefix, I, z, simd::cplx<double>)                                                              \
+    VRN_SPARSE_DOT(prefix, I, s, float)                                                                              \
+    VRN_SPARSE_DOT(prefix, I, d, double)                                                                             \
+    VRN_SPARSE_DOTU(prefix, I, c, simd::cplx<float>)                                                                 \
+    VRN_SPARSE_DOTU(prefix, I, z, simd::cplx<double>)
 // Some of these names are exported again: hidden declarations would un-export them.
 #pragma GCC visibility push(default)
 VRN_SPARSE_IMPORTS(vrn_blas_, std::int64_t)
@@ -27,5 +46,7 @@ VRN_SPARSE_IMPORTS(vrn_blas_lp64_, std::int32_t)
 #pragma GCC visibility pop
 #undef VRN_SPARSE_IMPORTS
 #undef VRN_SPARSE_IMPORT
+#undef VRN_SPARSE_DOT
+#undef VRN_SPARSE_DOTU
 
 } // namespace vrn::spblas
