@@ -3,7 +3,7 @@
 #pragma once
 
 #include "tests/oracle/spblas.hpp"
-#include "tests/spblas/csr_support.hpp"
+#include "tests/spblas/support.hpp"
 #include "tests/support/backend.hpp"
 
 #include "vrn/service.h"

@@ -1,0 +1,46 @@
+// spblas/coo/mm.hpp - C := beta*C + alpha*A*B or with conj(A), A m by n in COO, on a range of columns of B and C.
+// The range is scaled by beta, all entries are added to a few columns at a time, and a unit diagonal comes last.
+// mm_scratch, the product in the caller's scratch, is in scratch.hpp. Nothing is allocated. Called by name through
+// the generated exports.
+#pragma once
+
+#include "spblas/coo/scratch.hpp"
+
+namespace vrn::spblas::coo {
+
+// f(x, y, length) over the lines of the range that lie in one piece: rows of B and C, or columns.
+template <bool ByRows, class T, class F>
+[[gnu::always_inline]] inline void over_lines(std::ptrdiff_t from, std::ptrdiff_t to, std::ptrdiff_t m, const T* b,
+                                              std::ptrdiff_t ldb, T* c, std::ptrdiff_t ldc, F&& f)
+{
+    if constexpr (ByRows)
+        for (std::ptrdiff_t i = 0; i < m; ++i) f(b + i * ldb + from, c + i * ldc + from, to - from);
+    else
+        for (std::ptrdiff_t j = from; j < to; ++j) f(b + j * ldb, c + j * ldc, m);
+}
+
+template <tag Shape, class T, class I>
+[[gnu::noinline, gnu::flatten]] void mm(entries<T, I> a, std::ptrdiff_t from, std::ptrdiff_t to, std::ptrdiff_t m,
+                                        T alpha, const T* b, std::ptrdiff_t ldb, T* c, std::ptrdiff_t ldc, T beta)
+{
+    constexpr bool by_rows = Shape.by_rows();
+    constexpr std::ptrdiff_t base = Shape.base;
+    over_lines<by_rows>(from, to, m, b, ldb, c, ldc,
+                        [&](const T*, T* y, std::ptrdiff_t length) { scale_line(length, beta, y); });
+    if constexpr (!(Shape.is('d') && Shape.unit()))
+        add_to_columns<Shape>(a, from, to, alpha, based(b, base, by_rows ? ldb : 1), ldb,
+                              based(c, base, by_rows ? ldc : 1), ldc);
+    if constexpr (Shape.unit())
+        over_lines<by_rows>(from, to, m, b, ldb, c, ldc,
+                            [&](const T* x, T* y, std::ptrdiff_t length) { add_line(length, alpha, x, y); });
+}
+
+template <class T, class I, tag Tag>
+void mm_par(const I* first, const I* last, const I* m, const I* /*n*/, const T* alpha, const T* val, const I* rowind,
+            const I* colind, const I* nnz, const T* b, const I* ldb, T* c, const I* ldc, const T* beta)
+{
+    mm<Tag>(entries<T, I>{val, rowind, colind, 0, *nnz}, *first - std::ptrdiff_t{1}, *last, *m, *alpha, b, *ldb, c,
+            *ldc, *beta);
+}
+
+} // namespace vrn::spblas::coo
