@@ -90,13 +90,12 @@ int fault(const csc_view<T, I>& a, I m, I k, bool solve, const description& d)
 template <class T, class I>
 int fault(const bsr_view<T, I>& a, I mb, I kb, bool solve, const description& d)
 {
-    // The blocks on the diagonal hold entries beside it too, whatever stands for the diagonal itself.
-    return fault_of_rows(a.indx, a.pntrb, a.pntre, mb, kb, d.base, solve, true);
+    return fault_of_rows(a.indx, a.pntrb, a.pntre, mb, kb, d.base, solve, !d.unit());
 }
 template <class T, class I>
 int fault(const bsc_view<T, I>& a, I mb, I kb, bool solve, const description& d)
 {
-    return fault_of_rows(a.indx, a.pntrb, a.pntre, kb, mb, d.base, solve, true);
+    return fault_of_rows(a.indx, a.pntrb, a.pntre, kb, mb, d.base, solve, !d.unit());
 }
 
 // Without memory for a note on each row the diagonal is taken on trust.

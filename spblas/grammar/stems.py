@@ -31,14 +31,11 @@ GROUPS = {
 # pending and abort loudly. Names that stand by hand count as written with their folder's "hand".
 WRITTEN = {
     "csr": {"mv", "gemv", "mm", "sv", "sm"},
-<<<<<<< HEAD
     "bsr": {"gemv", "mv", "dense", "gauss", "invdiag"},
     "sky": {"mm", "sv"},
     "convert": {"csrcoo", "csrcsc", "csrdia", "csrsky", "csrbsr", "dnscsr", "services", "hand"},
     "product": {"multiply", "add", "dense", "split", "find_diag", "symmetric"},
-=======
     "coo": {"mv", "mm", "sv", "sm"},
->>>>>>> coo
 }
 
 
