@@ -231,12 +231,13 @@ void in_private_vectors(I length, std::int64_t work, T beta, T* y, reach where, 
                 const T* list[most];
                 for (int p = 0; p < parts; ++p) list[p] = vector(p) + (where == reach::anywhere ? 0 : chunk.from);
                 T* const to = y + from;
-                // Of a lower matrix the parts behind reach this chunk, of an upper one those before.
-                const I count = parts - 1, behind = parts - part, before = part, first = 1, no_stride = 0;
+                // Of a lower matrix this part and those behind reach the chunk, of an upper one this and those before.
+                const int own = std::max(part - 1, 0);
+                const I count = parts - 1, behind = parts - own, before = part, first = 1, no_stride = 0;
                 if (n == 0) return;
                 if (where == reach::anywhere) kernels<T, I>::split_par()(&count, &n, &from, nullptr, list + 1, to);
                 else if (where == reach::lower)
-                    kernels<T, I>::split_syml_par()(&behind, &n, &first, nullptr, list + part, to);
+                    kernels<T, I>::split_syml_par()(&behind, &n, &first, nullptr, list + own, to);
                 else kernels<T, I>::split_symu_par()(&n, &no_stride, &before, nullptr, list + 1, to);
             });
             return;

@@ -132,8 +132,9 @@ struct stored {
                 if (x.col < x.row) first[static_cast<std::size_t>(x.row)] = std::min(first[static_cast<std::size_t>(x.row)], x.col);
             for (std::int64_t i = 0; i < m; ++i) {
                 for (std::int64_t j = first[static_cast<std::size_t>(i)]; j <= i; ++j) {
-                    const auto at = std::find_if(e.begin(), e.end(), [&](auto& x) { return x.row == i && x.col == j; });
-                    val.push_back(at == e.end() ? T{} : at->value);
+                    const auto at = std::lower_bound(e.begin(), e.end(), std::pair(i, j),
+                                                     [](auto& x, auto& p) { return std::pair(x.row, x.col) < p; });
+                    val.push_back(at != e.end() && at->row == i && at->col == j ? at->value : T{});
                 }
                 i1.push_back(static_cast<I>(base + 4 + static_cast<std::int64_t>(val.size())));
             }

@@ -146,10 +146,13 @@ dense<T> run(const problem& p, const entries<T>& a, T alpha, T beta, const dense
 
 // On each number of threads, in both widths: one answer for the widths, and the right one.
 template <class T>
-void check(const problem& p, const entries<T>& a, std::initializer_list<int> threads, T alpha, T beta,
+void check(const problem& p, entries<T> a, std::initializer_list<int> threads, T alpha, T beta,
            std::mt19937_64& random)
 {
     if (!exists(p)) return;
+    if (p.letters[0] == 'H') // its diagonal is real
+        for (auto& e : a)
+            if (e.row == e.col) e.value = T(std::real(e.value));
     std::ostringstream trace;
     trace << letter_of<T> << p;
     SCOPED_TRACE(trace.str());
@@ -303,7 +306,7 @@ const bad_case bad_cases[] = {
     {"csr csc bsr", "mv mm sv sm", "pntre", -1, 0, true},
     {"coo", "mv mm sv sm", "rowind", 9, 3, true},
     {"coo", "mv mm sv sm", "colind", 0, 2, true},
-    {"coo", "sv sm", "rowind", -2, -2, true},             // the diagonal entries of a row taken elsewhere
+    {"coo", "sv sm", "rowind", -1, -2, true},             // the diagonal entries of a row taken elsewhere
     {"dia", "mv mm sv sm", "idiag", 6, 0, true},
     {"dia", "sv sm", "idiag", -5, -2, true},
     {"sky", "mv mm sv sm", "pntr", 3, 2, true},
