@@ -32,6 +32,7 @@ GROUPS = {
 WRITTEN = {
     "csr": {"mv", "gemv", "mm", "sv", "sm"},
     "coo": {"mv", "mm", "sv", "sm"},
+    "dia": {"mv", "mm", "sv", "sm"},
 }
 
 
