@@ -1,5 +1,8 @@
 // spblas/coo/mm.hpp - C := beta*C + alpha*A*B or with conj(A), A m by n in COO, on a range of columns of B and C.
-// The range is scaled by beta, all entries are added to a few columns at a time, and a unit diagonal comes last.
+// The range is scaled by beta, all entries are added, and a unit diagonal comes last.
+//     by rows     entry by entry over the whole range; a range of four vectors stays in registers along a row
+//     by columns  column by column; four at once, sharing the entries, where entries stand row by row. Entries in no
+//                 order would only spread over four times the cache.
 // mm_scratch, the product in the caller's scratch, is in scratch.hpp. Nothing is allocated. Called by name through
 // the generated exports.
 #pragma once
@@ -17,6 +20,29 @@ template <bool ByRows, class T, class F>
         for (std::ptrdiff_t i = 0; i < m; ++i) f(b + i * ldb + from, c + i * ldc + from, to - from);
     else
         for (std::ptrdiff_t j = from; j < to; ++j) f(b + j * ldb, c + j * ldc, m);
+}
+
+template <tag Shape, class T, class I>
+[[gnu::always_inline]] inline void add_to_columns(const entries<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to,
+                                                  T alpha, const T* b, std::ptrdiff_t ldb, T* c, std::ptrdiff_t ldc)
+{
+    if constexpr (Shape.by_rows()) {
+        constexpr int vectors = 4;
+        b += from, c += from;
+        if (to - from == vectors * per_vec<T>)
+            add_entries<Shape>(a, alpha,
+                               in_registers<strip<const T, vectors>, strip<T, vectors>, I>{{b, ldb}, {c, ldc}});
+        else add_entries<Shape>(a, alpha, in_memory<T>{b, ldb, c, ldc, to - from});
+    } else {
+        std::ptrdiff_t j = from;
+        if (to - from >= 4 && stand_by_rows(a))
+            for (; j + 4 <= to; j += 4)
+                add_entries<Shape>(
+                    a, alpha,
+                    in_registers<bundle<const T, 4>, bundle<T, 4>, I>{{b + j * ldb, ldb}, {c + j * ldc, ldc}});
+        for (; j < to; ++j)
+            add_entries<Shape>(a, alpha, in_registers<vector<const T>, vector<T>, I>{{b + j * ldb}, {c + j * ldc}});
+    }
 }
 
 template <tag Shape, class T, class I>

@@ -8,18 +8,6 @@
 
 namespace vrn::spblas::coo {
 
-// Few vectors: with a row of C in registers there has to be room for the row of B and the factor.
-inline constexpr int held_vectors = 4;
-
-template <tag Shape, class T, class I>
-[[gnu::always_inline]] inline void add_to_columns(const entries<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to,
-                                                  T alpha, const T* b, std::ptrdiff_t ldb, T* c, std::ptrdiff_t ldc)
-{
-    over_columns<Shape.by_rows(), held_vectors>(from, to, c, ldc, [&](auto y, std::ptrdiff_t j) {
-        add_entries<Shape>(a, alpha, alongside(y, b + (Shape.by_rows() ? j : j * ldb), ldb), y);
-    });
-}
-
 // Rows of W elements, held whole: vectors and what is left, where strips would walk the entries again.
 template <class T, int W>
 struct held {
@@ -63,13 +51,13 @@ struct line {
 template <int W, tag Shape, class T, class I>
 [[gnu::noinline, gnu::flatten]] void add_lines(entries<T, I> a, T alpha, const T* b, T* c, std::ptrdiff_t ld)
 {
-    add_entries<Shape>(a, alpha, line<const T, W>{b, ld}, line<T, W>{c, ld});
+    add_entries<Shape>(a, alpha, in_registers<line<const T, W>, line<T, W>, I>{{b, ld}, {c, ld}});
 }
 template <tag Shape, class T, class I>
 [[gnu::noinline, gnu::flatten]] void add_any(entries<T, I> a, std::ptrdiff_t width, T alpha, const T* b, T* c,
                                              std::ptrdiff_t ld)
 {
-    add_to_columns<Shape>(a, 0, width, alpha, b, ld, c, ld);
+    add_entries<Shape>(a, alpha, in_memory<T>{b, ld, c, ld, width});
 }
 
 // `last` is the width of the transpositions as well, so that first is expected to be 1. Rows of B beyond A's columns

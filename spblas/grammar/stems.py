@@ -36,6 +36,7 @@ WRITTEN = {
     "convert": {"csrcoo", "csrcsc", "csrdia", "csrsky", "csrbsr", "dnscsr", "services", "hand"},
     "product": {"multiply", "add", "dense", "split", "find_diag", "symmetric"},
     "coo": {"mv", "mm", "sv", "sm"},
+    "dia": {"mv", "mm", "sv", "sm"},
 }
 
 
