@@ -29,9 +29,15 @@ struct matrix {
     std::size_t entries() const { return value.size(); }
 };
 
-// With the other triangle, where only one is in the file.
-inline matrix whole(matrix a)
+// With the other triangle, where only one is in the file, and without zeros, which formats with room between their
+// entries could not tell from that.
+inline matrix whole(const matrix& file)
 {
+    matrix a = file;
+    a.row.clear(), a.column.clear(), a.value.clear();
+    for (std::size_t e = 0; e < file.entries(); ++e)
+        if (file.value[e] != std::complex<double>{})
+            a.row.push_back(file.row[e]), a.column.push_back(file.column[e]), a.value.push_back(file.value[e]);
     for (std::size_t e = 0, stored = a.entries(); e < stored && a.kind != symmetry::general; ++e) {
         if (a.row[e] == a.column[e]) continue;
         const std::complex<double> v = a.value[e];
@@ -133,7 +139,7 @@ inline matrix read(const std::string& path)
     if (field != "real" && field != "complex" && field != "integer" && field != "pattern")
         in.fail("field " + csv::shown(field) + " is none of real, complex, integer, pattern");
     const auto place = std::find(std::begin(symmetry_names), std::end(symmetry_names), kind) - std::begin(symmetry_names);
-    if (place == std::size(symmetry_names))
+    if (place == std::ssize(symmetry_names))
         in.fail("symmetry " + csv::shown(kind) + " is none of general, symmetric, skew-symmetric, hermitian");
 
     matrix a;

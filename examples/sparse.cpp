@@ -454,7 +454,8 @@ void show(const matrix_market::matrix& stored, bool timing)
     c.bsr();
     if (static_cast<double>(s.diagonals) * static_cast<double>(a.rows) <= fill * static_cast<double>(a.entries())) c.dia();
     if (static_cast<double>(s.profile) <= fill * static_cast<double>(a.entries())) c.sky();
-    std::printf("  converted from each to CSR and back to the bit; errors in units of the bound k eps |A||x|\n");
+    std::printf("  converted from each to CSR and back to the bit; errors in units of the bound k eps |A||x|; one"
+                " thread\n");
     tour<T> t(c.f, timing);
     t.all(s);
     const bool symmetric = stored.kind == matrix_market::symmetry::hermitian ||
@@ -468,6 +469,7 @@ int main(int argc, char** argv)
 try {
     bool timing = true;
     std::vector<std::string> files;
+    vrn_set_num_threads(1); // kernels beside one another, not threads
     for (int i = 1; i < argc; ++i) {
         const std::string argument = argv[i];
         if (argument == "--no-timing") timing = false;

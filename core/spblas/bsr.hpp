@@ -102,7 +102,7 @@ void mm(const bsr_view<T, I>& a, char op, I mb, I n, I kb, T alpha, const descri
     const bool conjugates = call::needs_conjugate(op, d);
     const conjugate_copy<T, I> other(conjugates, d.by_rows, rows_of_b, n, b, ldb);
     if (!other.good) return;
-    threads::run(threads_for(entries(a, mb) * n), [&](int part, int parts) {
+    threads::run(threads_for(entries(a, mb) * n, n), [&](int part, int parts) {
         const auto [from, to] = columns_of(n, d.by_rows, part, parts);
         if (from >= to) return;
         const I columns = static_cast<I>(to - from);
@@ -208,7 +208,7 @@ void solve_block_columns(const bsr_view<T, I>& a, char op, I mb, I n, T alpha, c
     const I rows = mb * *a.lb;
     const bool nothing = alpha == T{} || (d.kind == 'd' && d.unit()) || mb == 0;
     // By rows a column has to be gathered first.
-    const int threads = threads_for(entries(a, mb) * n);
+    const int threads = threads_for(entries(a, mb) * n, n);
     const workspace<T> columns(d.by_rows && !nothing ? std::int64_t{rows} * threads : 0);
     if (vrn_serv_check_ptr_and_warn(columns.get(), "sparse BSR solve by rows") != 0) return;
     threads::run(threads, [&](int part, int parts) {

@@ -122,7 +122,7 @@ void mm(const coo_view<T, I>& stored, char op, I m, I n, I k, T alpha, const des
     auto* wide = several ? choose<T, I>(format::coo, product::mm, 'n', a.d, 1, true)
                                .template as<arguments::coo_mm_scratch<T, I>>()
                          : nullptr;
-    threads::run(threads_for(std::int64_t{nnz} * n), [&](int part, int parts) {
+    threads::run(threads_for(std::int64_t{nnz} * n, n), [&](int part, int parts) {
         const range columns = columns_of(n, by_rows, part, parts);
         const I first = static_cast<I>(columns.from + 1), last = static_cast<I>(columns.to);
         if (columns.from >= columns.to) return;

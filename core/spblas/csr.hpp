@@ -64,7 +64,7 @@ void mm(const csr_view<T, I>& a, char op, I m, I n, I k, T alpha, const descript
                                                         c, &ldc, &beta);
     auto* f = kernel.as<arguments::csr_mm_par<T, I>>();
     const bool over_rows = d.kind == 'g' && !transposes(op) && d.by_rows;
-    threads::run(threads_for(entries(a.pntrb, a.pntre, m) * n), [&](int part, int parts) {
+    threads::run(threads_for(entries(a.pntrb, a.pntre, m) * n, over_rows ? m : n), [&](int part, int parts) {
         const auto [from, to] = over_rows ? rows_of_part(a.pntrb, a.pntre, m, part, parts)
                                           : columns_of(n, d.by_rows, part, parts);
         const I first = static_cast<I>(from + 1), last = static_cast<I>(to);

@@ -78,7 +78,7 @@ void mm(const dia_view<T, I>& a, char op, I m, I n, I k, T alpha, const descript
     const kernel_choice kernel = choose<T, I>(format::dia, product::mm, op, d, 1, false);
     if (kernel.negated) alpha = minus<T, I>(alpha);
     auto* f = kernel.as<arguments::dia_mm_par<T, I>>();
-    threads::run(threads_for(std::int64_t{m} * *a.ndiag * n), [&](int part, int parts) {
+    threads::run(threads_for(std::int64_t{m} * *a.ndiag * n, n), [&](int part, int parts) {
         const auto [from, to] = columns_of(n, false, part, parts);
         const I first = static_cast<I>(from + 1), last = static_cast<I>(to);
         if (from >= to) return;

@@ -65,7 +65,7 @@ void mm(const sky_view<T, I>& a, char op, I m, I n, I k, T alpha, const descript
     const bool conjugates = is_complex<T> && (op == 'c' || d.kind == 'h');
     const conjugate_copy<T, I> other(conjugates, false, m, n, b, ldb);
     if (!other.good) return;
-    threads::run(threads_for(entries(a, m) * n), [&](int part, int parts) {
+    threads::run(threads_for(entries(a, m) * n, n), [&](int part, int parts) {
         const auto [from, to] = columns_of(n, false, part, parts);
         if (from >= to) return;
         T* const target = c + from * ldc;

@@ -15,10 +15,10 @@ namespace vrn::spblas::host {
 // Below this many multiplications of a thread, some 10 microseconds, waking it costs more than it does.
 inline constexpr std::int64_t grain = 1 << 14;
 
-inline int threads_for(std::int64_t work)
+inline int threads_for(std::int64_t work, std::int64_t pieces = threads::most)
 {
-    if (work < 2 * grain) return 1;
-    return static_cast<int>(std::min<std::int64_t>(threads::available(), work / grain));
+    if (work < 2 * grain || pieces < 2) return 1;
+    return static_cast<int>(std::min({std::int64_t{threads::available()}, work / grain, pieces}));
 }
 
 struct range {
@@ -185,7 +185,7 @@ class conjugate_copy {
 template <class T, class I, class Solve>
 void solve_columns(bool by_rows, I m, I n, std::int64_t work, T alpha, const T* b, I ldb, T* c, I ldc, Solve&& solve)
 {
-    threads::run(threads_for(work * n), [&](int part, int parts) {
+    threads::run(threads_for(work * n, n), [&](int part, int parts) {
         const auto [from, to] = columns_of(n, by_rows, part, parts);
         if (from >= to) return;
         copy_scaled(by_rows, m, static_cast<I>(to - from), alpha, from_column(by_rows, from, b, ldb), ldb,

@@ -250,9 +250,11 @@ TEST_P(PublicThreads, ShareTheWork)
         int turn = letter;
         for (const char* letters : classes)
             for (const char* product : {"mv", "mm", "sm"}) {
+                // Types differ in nothing that threads see: one real and one complex take the long way.
+                if (sizeof(std::abs(T{})) == 4 && product[1] == 'm') continue;
                 const int base = ++turn % 2;
-                const problem p{format, product, "NTC"[turn % 3], letters, base, format == "dia" || format == "sky" ? 'C' : ' ', side, side, 5, 3};
-                check<T>(p, a, {1, 2, 3}, T(0.5), T(turn % 2), random);
+                const problem p{format, product, "NTC"[turn % 3], letters, base, format == "dia" || format == "sky" ? 'C' : ' ', side, side, 3, 3};
+                check<T>(p, a, {2, 3}, T(0.5), T(turn % 2), random);
             }
         // The strict mode hides the number of threads from a sum.
         vrn_set_cbwr(VRN_CBWR_STRICT);
