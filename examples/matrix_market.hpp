@@ -103,10 +103,11 @@ class reader {
     {
         std::int64_t value = 0;
         const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
-        if (error != std::errc{} || end != word.data() + word.size()) fail(std::string(what) + ": " + csv::shown(word) + " is not an integer");
+        if (error != std::errc{} || end != word.data() + word.size())
+            fail(std::string(what) + ": " + csv::shown(word) + " is not an integer");
         if (value < least || value > most)
-            fail(std::string(what) + ": " + std::to_string(value) + " is not between " + std::to_string(least) + " and " +
-                 std::to_string(most));
+            fail(std::string(what) + ": " + std::to_string(value) + " is not between " + std::to_string(least) +
+                 " and " + std::to_string(most));
         return value;
     }
     double real(std::string_view word) const
@@ -138,7 +139,8 @@ inline matrix read(const std::string& path)
     const std::string field = detail::lower(head[3]), kind = detail::lower(head[4]);
     if (field != "real" && field != "complex" && field != "integer" && field != "pattern")
         in.fail("field " + csv::shown(field) + " is none of real, complex, integer, pattern");
-    const auto place = std::find(std::begin(symmetry_names), std::end(symmetry_names), kind) - std::begin(symmetry_names);
+    const auto place =
+        std::find(std::begin(symmetry_names), std::end(symmetry_names), kind) - std::begin(symmetry_names);
     if (place == std::ssize(symmetry_names))
         in.fail("symmetry " + csv::shown(kind) + " is none of general, symmetric, skew-symmetric, hermitian");
 
@@ -150,7 +152,8 @@ inline matrix read(const std::string& path)
 
     if (!in.next_content(line)) in.fail("the line with rows, columns and entries is missing");
     const auto sizes = detail::words(line);
-    if (sizes.size() != 3) in.fail("found " + std::to_string(sizes.size()) + " numbers where rows, columns and entries stand");
+    if (sizes.size() != 3)
+        in.fail("found " + std::to_string(sizes.size()) + " numbers where rows, columns and entries stand");
     constexpr std::int64_t most = std::numeric_limits<std::int32_t>::max() / 4;
     a.rows = in.integer(sizes[0], "rows", 1, most);
     a.columns = in.integer(sizes[1], "columns", 1, most);
@@ -163,13 +166,15 @@ inline matrix read(const std::string& path)
             in.fail("the file ends after " + std::to_string(e) + " of " + std::to_string(entries) + " entries");
         const auto words = detail::words(line);
         if (words.size() != expected)
-            in.fail("found " + std::to_string(words.size()) + " numbers, an entry of field " + field + " has " + std::to_string(expected));
+            in.fail("found " + std::to_string(words.size()) + " numbers, an entry of field " + field + " has " +
+                    std::to_string(expected));
         const std::int64_t i = in.integer(words[0], "row", 1, a.rows) - 1;
         const std::int64_t j = in.integer(words[1], "column", 1, a.columns) - 1;
         if (a.kind != symmetry::general && j > i) in.fail("an entry above the diagonal of a " + kind + " matrix");
         if (a.kind == symmetry::skew && i == j) in.fail("a diagonal entry of a skew-symmetric matrix");
         if (field == "integer") in.integer(words[2], "value", INT64_MIN, INT64_MAX);
-        const std::complex<double> v(field == "pattern" ? 1 : in.real(words[2]), a.is_complex ? in.real(words[3]) : 0);
+        const std::complex<double> v(field == "pattern" ? 1 : in.real(words[2]),
+                                     a.is_complex ? in.real(words[3]) : 0);
         if (a.kind == symmetry::hermitian && i == j && v.imag() != 0)
             in.fail("a diagonal entry of a hermitian matrix with an imaginary part");
         a.row.push_back(i), a.column.push_back(j), a.value.push_back(v);

@@ -4,8 +4,8 @@
 //
 // Reads Matrix Market files (without any, the three that come with it), shows the structure, converts the matrix from
 // one format to the next and back, runs products and triangular solves in each beside sums in wider precision, and
-// solves a system whose answer is known by the conjugate gradients of Hestenes and Stiefel (1952), preconditioned by one
-// symmetric Gauss-Seidel sweep.
+// solves a system whose answer is known by the conjugate gradients of Hestenes and Stiefel (1952), preconditioned by
+// one symmetric Gauss-Seidel sweep.
 
 #include "examples/matrix_market.hpp"
 
@@ -36,8 +36,9 @@ struct routines;
     template <>                                                                                                      \
     struct routines<T> {                                                                                             \
         using value = C;                                                                                             \
-        FORMAT(t, csr) FORMAT(t, csc) FORMAT(t, coo) FORMAT(t, dia) FORMAT(t, bsr)                                   \
-        static constexpr auto skysv = vrn_spblas_lp64_##t##skysv;                                                    \
+        FORMAT(t, csr)                                                                                               \
+        FORMAT(t, csc) FORMAT(t, coo) FORMAT(t, dia)                                                                 \
+            FORMAT(t, bsr) static constexpr auto skysv = vrn_spblas_lp64_##t##skysv;                                 \
         static constexpr auto csrcoo = vrn_spblas_lp64_##t##csrcoo, csrbsr = vrn_spblas_lp64_##t##csrbsr;            \
         static constexpr auto csrcsc = vrn_spblas_lp64_##t##csrcsc, csrdia = vrn_spblas_lp64_##t##csrdia;            \
         static constexpr auto csrsky = vrn_spblas_lp64_##t##csrsky;                                                  \
@@ -120,9 +121,9 @@ template <class T>
 struct formats {
     integer m, lb, blocks, lval = 0, diagonals = 0;
     std::vector<T> coo, csr, csc, dia, bsr, sky;
-    index row, column;                // COO
-    index ja, ia, ja_csc, ia_csc;     // CSR and CSC
-    index idiag, jab, iab, pntr;      // DIA, BSR, skyline of the lower triangle
+    index row, column;            // COO
+    index ja, ia, ja_csc, ia_csc; // CSR and CSC
+    index idiag, jab, iab, pntr;  // DIA, BSR, skyline of the lower triangle
 };
 
 // Each conversion there and back; what comes back has to be what went in.
@@ -146,7 +147,8 @@ class converter {
         index row = f.row, column = f.column;
         // Everything is zero-based, but the skyline, where the base does not matter.
         run("COO", {2, 0, 0, 0, entries, 0}, [&](const integer* job, integer* info) {
-            r::csrcoo(job, &f.m, out(f.csr), f.ja.data(), f.ia.data(), &nnz, out(coo), row.data(), column.data(), info);
+            r::csrcoo(job, &f.m, out(f.csr), f.ja.data(), f.ia.data(), &nnz, out(coo), row.data(), column.data(),
+                      info);
         });
         f.diagonals = static_cast<integer>(s.diagonals);
     }
@@ -154,20 +156,23 @@ class converter {
     void csc()
     {
         f.csc.resize(f.csr.size()), f.ja_csc.resize(f.csr.size()), f.ia_csc.resize(f.ia.size());
-        there_and_back("CSC", {0, 0, 0, 0, 0, 1}, [&](const integer* job, std::vector<T>& a, index& ja, index& ia, integer* info) {
-            r::csrcsc(job, &f.m, out(a), ja.data(), ia.data(), out(f.csc), f.ja_csc.data(), f.ia_csc.data(), info);
-        });
+        there_and_back("CSC", {0, 0, 0, 0, 0, 1},
+                       [&](const integer* job, std::vector<T>& a, index& ja, index& ia, integer* info) {
+                           r::csrcsc(job, &f.m, out(a), ja.data(), ia.data(), out(f.csc), f.ja_csc.data(),
+                                     f.ia_csc.data(), info);
+                       });
     }
     void dia()
     {
         f.lval = f.m;
         f.dia.resize(place(f.lval) * place(f.diagonals)), f.idiag.resize(place(f.diagonals));
         integer rest = 0;
-        there_and_back("DIA", {0, 0, 0, 0, 0, 10}, [&](const integer* job, std::vector<T>& a, index& ja, index& ia, integer* info) {
-            const integer back[] = {1, 0, 0, 0, 0, 0};
-            r::csrdia(job[0] == 0 ? job : back, &f.m, out(a), ja.data(), ia.data(), out(f.dia), &f.lval, f.idiag.data(), &f.diagonals,
-                      nullptr, &rest, &rest, info);
-        });
+        there_and_back("DIA", {0, 0, 0, 0, 0, 10},
+                       [&](const integer* job, std::vector<T>& a, index& ja, index& ia, integer* info) {
+                           const integer back[] = {1, 0, 0, 0, 0, 0};
+                           r::csrdia(job[0] == 0 ? job : back, &f.m, out(a), ja.data(), ia.data(), out(f.dia),
+                                     &f.lval, f.idiag.data(), &f.diagonals, nullptr, &rest, &rest, info);
+                       });
     }
     void bsr()
     {
@@ -175,13 +180,15 @@ class converter {
         f.iab.resize(place(mb) + 1);
         // First how many blocks there are, then they.
         integer job[] = {0, 0, 0, 0, 0, -1}, info = 0;
-        r::csrbsr(job, &f.m, &f.lb, &square, out(f.csr), f.ja.data(), f.ia.data(), out(f.bsr), nullptr, f.iab.data(), &info);
+        r::csrbsr(job, &f.m, &f.lb, &square, out(f.csr), f.ja.data(), f.ia.data(), out(f.bsr), nullptr, f.iab.data(),
+                  &info);
         f.blocks = f.iab.back();
         f.bsr.resize(place(f.blocks) * place(square)), f.jab.resize(place(f.blocks));
-        there_and_back("BSR", {0, 0, 0, 0, 0, 1}, [&](const integer* j, std::vector<T>& a, index& ja, index& ia, integer* status) {
-            r::csrbsr(j, j[0] == 0 ? &f.m : &mb, &f.lb, &square, out(a), ja.data(), ia.data(), out(f.bsr), f.jab.data(),
-                      f.iab.data(), status);
-        });
+        there_and_back("BSR", {0, 0, 0, 0, 0, 1},
+                       [&](const integer* j, std::vector<T>& a, index& ja, index& ia, integer* status) {
+                           r::csrbsr(j, j[0] == 0 ? &f.m : &mb, &f.lb, &square, out(a), ja.data(), ia.data(),
+                                     out(f.bsr), f.jab.data(), f.iab.data(), status);
+                       });
     }
     void sky()
     {
@@ -200,7 +207,8 @@ class converter {
     {
         integer info = 0;
         convert(job.begin(), &info);
-        if (info != 0) throw std::runtime_error(std::string("conversion to ") + name + " answers " + std::to_string(info));
+        if (info != 0)
+            throw std::runtime_error(std::string("conversion to ") + name + " answers " + std::to_string(info));
     }
     template <class F>
     void there_and_back(const char* name, jobs job, F&& convert)
@@ -211,7 +219,8 @@ class converter {
         back[0] = 1;
         integer info = 0;
         convert(back.data(), a, ja, ia, &info);
-        if (a != f.csr || ja != f.ja || ia != f.ia) throw std::runtime_error(std::string(name) + " does not convert back to what it was");
+        if (a != f.csr || ja != f.ja || ia != f.ia)
+            throw std::runtime_error(std::string(name) + " does not convert back to what it was");
     }
 
     std::int64_t profile;
@@ -312,7 +321,8 @@ struct tour {
     bool has_diagonal() const
     {
         for (integer i = 0; i < f.m; ++i)
-            if (!std::binary_search(f.ja.begin() + f.ia[place(i)], f.ja.begin() + f.ia[place(i) + 1], i)) return false;
+            if (!std::binary_search(f.ja.begin() + f.ia[place(i)], f.ja.begin() + f.ia[place(i) + 1], i))
+                return false;
         return true;
     }
 
@@ -323,38 +333,78 @@ struct tour {
         const integer mb = m / f.lb;
         std::vector<T> columns;
         for (integer j = 0; j < many; ++j) columns.insert(columns.end(), x.begin(), x.end());
-        std::printf("  %-8s%12s%s\n", "", "numbers", timing ? "    y = A x          Y = A X, 8       inv(L) x" : "   y = A x  Y = A X, 8  inv(L) x");
+        std::printf("  %-8s%12s%s\n", "", "numbers",
+                    timing ? "    y = A x          Y = A X, 8       inv(L) x" : "   y = A x  Y = A X, 8  inv(L) x");
         std::printf("  %-8s%12s", "format", "stored");
         for (int j = 0; j < 3; ++j) std::printf(timing ? "     error  GFLOP/s" + (j == 0 ? 1 : 1) : "     error");
         std::printf("\n");
         line(
             "CSR", static_cast<double>(f.csr.size()),
-            [&] { r::csrmv(n, &m, &m, at(unit), g, in(f.csr), f.ja.data(), f.ia.data(), f.ia.data() + 1, in(x), at(none), out(y)); },
-            [&] { r::csrmm(n, &m, &many, &m, at(unit), g, in(f.csr), f.ja.data(), f.ia.data(), f.ia.data() + 1, in(xs), &ld, at(none), out(ys), &ld); },
-            [&] { r::csrsv(n, &m, at(unit), l, in(f.csr), f.ja.data(), f.ia.data(), f.ia.data() + 1, in(x), out(y)); });
+            [&] {
+                r::csrmv(n, &m, &m, at(unit), g, in(f.csr), f.ja.data(), f.ia.data(), f.ia.data() + 1, in(x),
+                         at(none), out(y));
+            },
+            [&] {
+                r::csrmm(n, &m, &many, &m, at(unit), g, in(f.csr), f.ja.data(), f.ia.data(), f.ia.data() + 1, in(xs),
+                         &ld, at(none), out(ys), &ld);
+            },
+            [&] {
+                r::csrsv(n, &m, at(unit), l, in(f.csr), f.ja.data(), f.ia.data(), f.ia.data() + 1, in(x), out(y));
+            });
         line(
             "CSC", static_cast<double>(f.csc.size()),
-            [&] { r::cscmv(n, &m, &m, at(unit), g, in(f.csc), f.ja_csc.data(), f.ia_csc.data(), f.ia_csc.data() + 1, in(x), at(none), out(y)); },
-            [&] { r::cscmm(n, &m, &many, &m, at(unit), g, in(f.csc), f.ja_csc.data(), f.ia_csc.data(), f.ia_csc.data() + 1, in(xs), &ld, at(none), out(ys), &ld); },
-            [&] { r::cscsv(n, &m, at(unit), l, in(f.csc), f.ja_csc.data(), f.ia_csc.data(), f.ia_csc.data() + 1, in(x), out(y)); });
+            [&] {
+                r::cscmv(n, &m, &m, at(unit), g, in(f.csc), f.ja_csc.data(), f.ia_csc.data(), f.ia_csc.data() + 1,
+                         in(x), at(none), out(y));
+            },
+            [&] {
+                r::cscmm(n, &m, &many, &m, at(unit), g, in(f.csc), f.ja_csc.data(), f.ia_csc.data(),
+                         f.ia_csc.data() + 1, in(xs), &ld, at(none), out(ys), &ld);
+            },
+            [&] {
+                r::cscsv(n, &m, at(unit), l, in(f.csc), f.ja_csc.data(), f.ia_csc.data(), f.ia_csc.data() + 1, in(x),
+                         out(y));
+            });
         line(
             "COO", static_cast<double>(f.coo.size()),
-            [&] { r::coomv(n, &m, &m, at(unit), g, in(f.coo), f.row.data(), f.column.data(), &nnz, in(x), at(none), out(y)); },
-            [&] { r::coomm(n, &m, &many, &m, at(unit), g, in(f.coo), f.row.data(), f.column.data(), &nnz, in(xs), &ld, at(none), out(ys), &ld); },
+            [&] {
+                r::coomv(n, &m, &m, at(unit), g, in(f.coo), f.row.data(), f.column.data(), &nnz, in(x), at(none),
+                         out(y));
+            },
+            [&] {
+                r::coomm(n, &m, &many, &m, at(unit), g, in(f.coo), f.row.data(), f.column.data(), &nnz, in(xs), &ld,
+                         at(none), out(ys), &ld);
+            },
             [&] { r::coosv(n, &m, at(unit), l, in(f.coo), f.row.data(), f.column.data(), &nnz, in(x), out(y)); });
         if (!f.bsr.empty())
-            line(
-                ("BSR " + std::to_string(f.lb)).c_str(), static_cast<double>(f.bsr.size()),
-                [&] { r::bsrmv(n, &mb, &mb, &f.lb, at(unit), g, in(f.bsr), f.jab.data(), f.iab.data(), f.iab.data() + 1, in(x), at(none), out(y)); },
-                [&] { r::bsrmm(n, &mb, &many, &mb, &f.lb, at(unit), g, in(f.bsr), f.jab.data(), f.iab.data(), f.iab.data() + 1, in(xs), &ld, at(none), out(ys), &ld); },
-                [&] { r::bsrsv(n, &mb, &f.lb, at(unit), l, in(f.bsr), f.jab.data(), f.iab.data(), f.iab.data() + 1, in(x), out(y)); });
+            line(("BSR " + std::to_string(f.lb)).c_str(), static_cast<double>(f.bsr.size()),
+                 [&] {
+                     r::bsrmv(n, &mb, &mb, &f.lb, at(unit), g, in(f.bsr), f.jab.data(), f.iab.data(),
+                              f.iab.data() + 1, in(x), at(none), out(y));
+                 },
+                 [&] {
+                     r::bsrmm(n, &mb, &many, &mb, &f.lb, at(unit), g, in(f.bsr), f.jab.data(), f.iab.data(),
+                              f.iab.data() + 1, in(xs), &ld, at(none), out(ys), &ld);
+                 },
+                 [&] {
+                     r::bsrsv(n, &mb, &f.lb, at(unit), l, in(f.bsr), f.jab.data(), f.iab.data(), f.iab.data() + 1,
+                              in(x), out(y));
+                 });
         if (!f.dia.empty()) {
             by_columns = true;
             line(
                 "DIA", static_cast<double>(f.dia.size()),
-                [&] { r::diamv(n, &m, &m, at(unit), g, in(f.dia), &f.lval, f.idiag.data(), &f.diagonals, in(x), at(none), out(y)); },
-                [&] { r::diamm(n, &m, &many, &m, at(unit), gc, in(f.dia), &f.lval, f.idiag.data(), &f.diagonals, in(columns), &m, at(none), out(ys), &m); },
-                [&] { r::diasv(n, &m, at(unit), l, in(f.dia), &f.lval, f.idiag.data(), &f.diagonals, in(x), out(y)); });
+                [&] {
+                    r::diamv(n, &m, &m, at(unit), g, in(f.dia), &f.lval, f.idiag.data(), &f.diagonals, in(x),
+                             at(none), out(y));
+                },
+                [&] {
+                    r::diamm(n, &m, &many, &m, at(unit), gc, in(f.dia), &f.lval, f.idiag.data(), &f.diagonals,
+                             in(columns), &m, at(none), out(ys), &m);
+                },
+                [&] {
+                    r::diasv(n, &m, at(unit), l, in(f.dia), &f.lval, f.idiag.data(), &f.diagonals, in(x), out(y));
+                });
         } else std::printf("  %-8s%12.0f  left out, mostly zeros\n", "DIA", static_cast<double>(s.diagonals) * m);
         if (!f.sky.empty())
             line("skyline", static_cast<double>(f.sky.size()), nullptr, nullptr,
@@ -386,7 +436,8 @@ void conjugate_gradients(const formats<T>& f, const std::vector<T>& known)
     const T unit = 1, none = 0;
     const char *hermitian = "HLNC  ", *lower = "TLNC  ", *diagonal = "D NC  ";
     const auto times = [&](const std::vector<T>& v, std::vector<T>& w, const char* descr) {
-        r::csrmv("N", &m, &m, at(unit), descr, in(f.csr), f.ja.data(), f.ia.data(), f.ia.data() + 1, in(v), at(none), out(w));
+        r::csrmv("N", &m, &m, at(unit), descr, in(f.csr), f.ja.data(), f.ia.data(), f.ia.data() + 1, in(v), at(none),
+                 out(w));
     };
     const auto solve = [&](const char* op, std::vector<T>& v) {
         r::csrsv(op, &m, at(unit), lower, in(f.csr), f.ja.data(), f.ia.data(), f.ia.data() + 1, in(v), out(v));
@@ -427,7 +478,8 @@ void conjugate_gradients(const formats<T>& f, const std::vector<T>& known)
         w[i] -= b[i];
     }
     const double residual_norm = std::sqrt(dot(w, w) / dot(b, b));
-    std::printf("  conjugate gradients: %d steps, |b - A x| / |b| = %.2g, largest error of x %.2g\n", step, residual_norm, off);
+    std::printf("  conjugate gradients: %d steps, |b - A x| / |b| = %.2g, largest error of x %.2g\n", step,
+                residual_norm, off);
     if (!(residual_norm < 1e-10)) throw std::runtime_error("conjugate gradients do not converge");
 }
 
@@ -439,10 +491,13 @@ void show(const matrix_market::matrix& stored, bool timing)
     const double mean = static_cast<double>(a.entries()) / static_cast<double>(a.rows);
     std::printf("  %lld by %lld, %s, %s, %zu entries in the file, %zu in all\n", static_cast<long long>(a.rows),
                 static_cast<long long>(a.columns), stored.is_complex ? "complex" : "real",
-                std::string(matrix_market::symmetry_names[static_cast<int>(stored.kind)]).c_str(), stored.entries(), a.entries());
-    std::printf("  rows of %lld to %lld entries, %.1f on average; %lld diagonals, reaching %lld below and %lld above the main one\n",
+                std::string(matrix_market::symmetry_names[static_cast<int>(stored.kind)]).c_str(), stored.entries(),
+                a.entries());
+    std::printf("  rows of %lld to %lld entries, %.1f on average; %lld diagonals, reaching %lld below and %lld above "
+                "the main one\n",
                 static_cast<long long>(s.shortest), static_cast<long long>(s.longest), mean,
-                static_cast<long long>(s.diagonals), static_cast<long long>(s.below), static_cast<long long>(s.above));
+                static_cast<long long>(s.diagonals), static_cast<long long>(s.below),
+                static_cast<long long>(s.above));
     if (a.rows != a.columns) {
         std::printf("  not square: there is nothing to convert or to solve\n");
         return;
@@ -452,7 +507,8 @@ void show(const matrix_market::matrix& stored, bool timing)
     constexpr double fill = 40;
     c.csc();
     c.bsr();
-    if (static_cast<double>(s.diagonals) * static_cast<double>(a.rows) <= fill * static_cast<double>(a.entries())) c.dia();
+    if (static_cast<double>(s.diagonals) * static_cast<double>(a.rows) <= fill * static_cast<double>(a.entries()))
+        c.dia();
     if (static_cast<double>(s.profile) <= fill * static_cast<double>(a.entries())) c.sky();
     std::printf("  converted from each to CSR and back to the bit; errors in units of the bound k eps |A||x|; one"
                 " thread\n");
@@ -477,7 +533,8 @@ try {
         else files.push_back(argument);
     }
     if (files.empty())
-        for (const char* name : {"plate", "flow", "magnet"}) files.push_back(std::string(VRN_EXAMPLES_DATA "/") + name + ".mtx");
+        for (const char* name : {"plate", "flow", "magnet"})
+            files.push_back(std::string(VRN_EXAMPLES_DATA "/") + name + ".mtx");
     for (const std::string& path : files) {
         const matrix_market::matrix a = matrix_market::read(path);
         std::printf("%s\n", path.c_str());

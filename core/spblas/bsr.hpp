@@ -1,11 +1,11 @@
-// core/spblas/bsr.hpp - products and solves in BSR, solves in block CSC. Elements of a block lie as dense matrices do,
-// by rows or by columns, and the kernels' names go with that.
+// core/spblas/bsr.hpp - products and solves in BSR, solves in block CSC. Elements of a block lie as dense matrices
+// do, by rows or by columns, and the kernels' names go with that.
 //
-// General products with a vector have a kernel without alpha and beta for rows without gaps, symmetric ones with a stored
-// diagonal a kernel in the layout that goes with the base; all other products, with a vector too, are the dense products
-// with as many columns. Those take no range: threads take columns.
-// What the kernels do not know is put together: an antisymmetric matrix from its upper triangle U is (U + I) -
-// transpose(U + I); the conjugate transpose of a triangle is the transpose between conjugations.
+// General products with a vector have a kernel without alpha and beta for rows without gaps, symmetric ones with a
+// stored diagonal a kernel in the layout that goes with the base; all other products, with a vector too, are the
+// dense products with as many columns. Those take no range: threads take columns. What the kernels do not know is put
+// together: an antisymmetric matrix from its upper triangle U is (U + I) - transpose(U + I); the conjugate transpose
+// of a triangle is the transpose between conjugations.
 #pragma once
 
 #include "core/spblas/table.hpp"
@@ -45,9 +45,12 @@ struct bsr_call {
     void add(char op, I n, T alpha, const T* b, I ldb, T* c, I ldc) const
     {
         switch (d.kind) {
-        case 'g': return whole(VRN_BSR_KERNEL(bsrmmgen), op, n, alpha, b, ldb, c, ldc);
-        case 'd': return whole(VRN_BSR_KERNEL(bsrmmdiag), op, n, alpha, b, ldb, c, ldc);
-        case 's': return chosen(VRN_BSR_KERNEL(bsrmmsym), !is_complex<T> || op != 'c', d.unit(), n, alpha, b, ldb, c, ldc);
+        case 'g':
+            return whole(VRN_BSR_KERNEL(bsrmmgen), op, n, alpha, b, ldb, c, ldc);
+        case 'd':
+            return whole(VRN_BSR_KERNEL(bsrmmdiag), op, n, alpha, b, ldb, c, ldc);
+        case 's':
+            return chosen(VRN_BSR_KERNEL(bsrmmsym), !is_complex<T> || op != 'c', d.unit(), n, alpha, b, ldb, c, ldc);
         case 'h':
             if constexpr (is_complex<T>)
                 chosen(VRN_BSR_KERNEL(bsrmmher), op != 't', d.unit(), n, alpha, b, ldb, c, ldc);
@@ -55,7 +58,8 @@ struct bsr_call {
         case 'a':
             if (d.lower()) return whole(VRN_BSR_KERNEL(bsrmmskew), op, n, alpha, b, ldb, c, ldc);
             return add_upper_skew(op, n, alpha, b, ldb, c, ldc);
-        default: return add_triangle(op, d.unit(), n, alpha, b, ldb, c, ldc);
+        default:
+            return add_triangle(op, d.unit(), n, alpha, b, ldb, c, ldc);
         }
     }
     void add_triangle(char op, bool unit, I n, T alpha, const T* b, I ldb, T* c, I ldc) const
@@ -149,15 +153,15 @@ void mv(const bsr_view<T, I>& a, char op, I mb, I kb, T alpha, const description
         const auto begins = [&](int part, int parts) {
             return row_of_part(a.pntrb, a.pntre, mb, part, parts) * *a.lb;
         };
-        return in_private_vectors<T, I>(
-            rows, entries(a, mb), beta, y, d.lower() ? reach::lower : reach::upper, begins,
-            [&](int part, int parts, T* target, T scale) {
-                const auto [from, to] = rows_of_part(a.pntrb, a.pntre, mb, part, parts);
-                const I first = static_cast<I>(from + 1), last = static_cast<I>(to);
-                prepare(rows, scale, target);
-                if (from < to)
-                    f(&first, &last, nullptr, a.lb, &alpha, a.val, a.indx, a.pntrb, a.pntre, x, target);
-            });
+        return in_private_vectors<T, I>(rows, entries(a, mb), beta, y, d.lower() ? reach::lower : reach::upper,
+                                        begins, [&](int part, int parts, T* target, T scale) {
+                                            const auto [from, to] = rows_of_part(a.pntrb, a.pntre, mb, part, parts);
+                                            const I first = static_cast<I>(from + 1), last = static_cast<I>(to);
+                                            prepare(rows, scale, target);
+                                            if (from < to)
+                                                f(&first, &last, nullptr, a.lb, &alpha, a.val, a.indx, a.pntrb,
+                                                  a.pntre, x, target);
+                                        });
     }
     // One column: by rows its lines are one element long.
     mm<T, I>(a, op, mb, 1, kb, alpha, d, x, d.by_rows ? 1 : (transposes(op) ? mb : kb) * *a.lb, beta, y,
@@ -193,8 +197,8 @@ void solve_blocks(const bsr_view<T, I>& a, char op, I mb, const description& d, 
     } else {
         const sweep<I> s(op, d.lower());
         const I diag = d.unit() ? choice::unit : choice::stored;
-        auto* f = ByColumns ? d.by_rows ? kernels<T, I>::bsc_cspblas_gauss() : kernels<T, I>::bsc_gauss()
-                  : d.by_rows ? kernels<T, I>::bsr_cspblas_gauss()
+        auto* f = ByColumns   ? d.by_rows ? kernels<T, I>::bsc_cspblas_gauss() : kernels<T, I>::bsc_gauss()
+                    : d.by_rows ? kernels<T, I>::bsr_cspblas_gauss()
                               : kernels<T, I>::bsr_gauss();
         f(&s.direction, &mb, &mb, &s.orientation, a.lb, a.val, a.indx, a.pntrb, a.pntre, y, &diag, &base);
     }

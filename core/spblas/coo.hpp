@@ -1,10 +1,10 @@
 // core/spblas/coo.hpp - products and solves in COO. Its kernels know no transposition: the index arrays and the
 // triangle are exchanged instead, and the conjugate alone does the rest.
 //
-// Products with a vector scatter, so that threads take entries and private vectors. A kernel with a unit diagonal adds
-// it over all m rows in every call: parts behind the first are told of no rows. Products with many columns, by columns
-// and one-based, go through a kernel that takes several columns at a time in scratch of ours; without memory, by the
-// plain one.
+// Products with a vector scatter, so that threads take entries and private vectors. A kernel with a unit diagonal
+// adds it over all m rows in every call: parts behind the first are told of no rows. Products with many columns, by
+// columns and one-based, go through a kernel that takes several columns at a time in scratch of ours; without memory,
+// by the plain one.
 #pragma once
 
 #include "core/spblas/table.hpp"
@@ -88,13 +88,14 @@ bool mm_in_scratch(F* f, const turned_coo<T, I>& a, const T* val, I nnz, I m, ra
     constexpr std::int64_t width = 8; // of the widths whose rows the kernel holds in registers
     const workspace<T> scratch(2 * width * k);
     if (!scratch) return false;
-    T* const sums = scratch.get();            // what the kernel hands back
+    T* const sums = scratch.get();             // what the kernel hands back
     T* const rows = scratch.get() + width * k; // what it adds to
     const I one = 1;
     for (std::int64_t j = columns.from; j < columns.to; j += width) {
         const I count = static_cast<I>(std::min(width, columns.to - j));
         prepare(static_cast<I>(width * k), T{}, rows);
-        f(&one, &count, &m, &k, &alpha, val, a.rowind, a.colind, &nnz, b + j * ldb, &ldb, nullptr, nullptr, sums, rows);
+        f(&one, &count, &m, &k, &alpha, val, a.rowind, a.colind, &nnz, b + j * ldb, &ldb, nullptr, nullptr, sums,
+          rows);
         for (std::int64_t s = 0; s < count; ++s) {
             T* const to = c + (j + s) * ldc;
             const T* const sum = sums + s * k;
@@ -119,9 +120,10 @@ void mm(const coo_view<T, I>& stored, char op, I m, I n, I k, T alpha, const des
     if (kernel.negated) alpha = minus<T, I>(alpha);
     auto* f = kernel.as<arguments::coo_mm_par<T, I>>();
     const bool several = !by_rows && a.d.kind == 'g' && kernel.op == 'n' && n > 1 && k >= m && nnz >= k;
-    auto* wide = several ? choose<T, I>(format::coo, product::mm, 'n', a.d, 1, true)
-                               .template as<arguments::coo_mm_scratch<T, I>>()
-                         : nullptr;
+    auto* wide =
+        several
+            ? choose<T, I>(format::coo, product::mm, 'n', a.d, 1, true).template as<arguments::coo_mm_scratch<T, I>>()
+            : nullptr;
     threads::run(threads_for(std::int64_t{nnz} * n, n), [&](int part, int parts) {
         const range columns = columns_of(n, by_rows, part, parts);
         const I first = static_cast<I>(columns.from + 1), last = static_cast<I>(columns.to);

@@ -65,11 +65,10 @@ void mm(const csr_view<T, I>& a, char op, I m, I n, I k, T alpha, const descript
     auto* f = kernel.as<arguments::csr_mm_par<T, I>>();
     const bool over_rows = d.kind == 'g' && !transposes(op) && d.by_rows;
     threads::run(threads_for(entries(a.pntrb, a.pntre, m) * n, over_rows ? m : n), [&](int part, int parts) {
-        const auto [from, to] = over_rows ? rows_of_part(a.pntrb, a.pntre, m, part, parts)
-                                          : columns_of(n, d.by_rows, part, parts);
+        const auto [from, to] =
+            over_rows ? rows_of_part(a.pntrb, a.pntre, m, part, parts) : columns_of(n, d.by_rows, part, parts);
         const I first = static_cast<I>(from + 1), last = static_cast<I>(to);
-        if (from < to)
-            f(&first, &last, &m, &n, &k, &alpha, a.val, a.indx, a.pntrb, a.pntre, b, &ldb, c, &ldc, &beta);
+        if (from < to) f(&first, &last, &m, &n, &k, &alpha, a.val, a.indx, a.pntrb, a.pntre, b, &ldb, c, &ldc, &beta);
     });
 }
 

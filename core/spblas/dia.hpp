@@ -54,9 +54,10 @@ void mv(const dia_view<T, I>& a, char op, I m, I k, T alpha, const description& 
     for (I j = 0; j < count; ++j)
         if (a.idiag[j] == 0) ++mains, main = j;
     if (d.unit()) without.diagonal = 'n';
-    auto* g = d.unit() ? choose<T, I>(format::dia, product::mv, op, without, 1, false)
-                             .template as<arguments::dia_mv_par<T, I>>()
-                       : f;
+    auto* g =
+        d.unit()
+            ? choose<T, I>(format::dia, product::mv, op, without, 1, false).template as<arguments::dia_mv_par<T, I>>()
+            : f;
     const std::int64_t work = d.kind == 'd' || (d.unit() && mains > 1) ? 0 : std::int64_t{m} * count;
     in_private_vectors<T, I>(length, work, beta, y, [&](int part, int parts, T* target, T scale) {
         const auto [from, to] = share(count, 1, part, parts);
@@ -154,8 +155,7 @@ void sv(const dia_view<T, I>& a, char op, I m, T alpha, const description& d, co
 template <class T, class I>
 void sm(const dia_view<T, I>& a, char op, I m, I n, T alpha, const description& d, const T* b, I ldb, T* c, I ldc)
 {
-    if (alpha == T{} || (d.kind == 'd' && d.unit()) || m == 0)
-        return copy_scaled(false, m, n, alpha, b, ldb, c, ldc);
+    if (alpha == T{} || (d.kind == 'd' && d.unit()) || m == 0) return copy_scaled(false, m, n, alpha, b, ldb, c, ldc);
     const kernel_choice kernel = choose<T, I>(format::dia, product::sm, op, d, 1, false);
     if (d.kind == 'd') {
         copy_scaled(false, m, n, alpha, b, ldb, c, ldc);

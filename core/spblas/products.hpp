@@ -1,8 +1,9 @@
-// core/spblas/products.hpp - products and sums of two sparse matrices, and the short forms of a product with a vector.
+// core/spblas/products.hpp - products and sums of two sparse matrices, and the short forms of a product with a
+// vector.
 //
-// Rows of the result are apart, so that threads take ranges of them: a pass that counts the entries of each row, the sum
-// of the counts, and a pass that fills. On one thread everything with a capacity goes in one pass. The forms with the
-// first operand transposed take no range.
+// Rows of the result are apart, so that threads take ranges of them: a pass that counts the entries of each row, the
+// sum of the counts, and a pass that fills. On one thread everything with a capacity goes in one pass. The forms with
+// the first operand transposed take no range.
 #pragma once
 
 #include "core/spblas/convert.hpp"
@@ -77,8 +78,8 @@ bool rows_in_order(I m, const I* ja, const I* ia)
 
 // C := op(A)*B
 template <class T, class I>
-void csrmultcsr(char op, I asked, I sort, I m, I n, I k, const T* a, const I* ja, const I* ia, const T* b, const I* jb,
-                const I* ib, T* c, I* jc, I* ic, I nzmax, I* info)
+void csrmultcsr(char op, I asked, I sort, I m, I n, I k, const T* a, const I* ja, const I* ia, const T* b,
+                const I* jb, const I* ib, T* c, I* jc, I* ic, I nzmax, I* info)
 {
     const I rows = op == 'n' ? m : n;
     *info = 0;
@@ -94,7 +95,8 @@ void csrmultcsr(char op, I asked, I sort, I m, I n, I k, const T* a, const I* ja
                       });
         if (m == 0 && asked != request::fill) ic[0] = 1;
     } else {
-        // Over a transposed copy of A; where there is no memory for that, over A itself, rows of which must be in order.
+        // Over a transposed copy of A; where there is no memory for that, over A itself, rows of which must be in
+        // order.
         const I parts = static_cast<I>(threads::available()), no_sort = 0;
         kernels<T, I>::multcsr_trom()(&m, &n, &k, &asked, &parts, a, ja, ia, b, jb, ib, c, jc, ic, &nzmax, info);
         if (*info == -1 && rows_in_order(m, ja, ia))
@@ -126,8 +128,8 @@ void csradd(char op, I asked, I sort, I m, I n, T* a, I* ja, const I* ia, T beta
 
 // C := op(A)*B, C dense
 template <class T, class I>
-void csrmultd(char op, I m, I n, I k, const T* a, const I* ja, const I* ia, const T* b, const I* jb, const I* ib, T* c,
-              I ldc)
+void csrmultd(char op, I m, I n, I k, const T* a, const I* ja, const I* ia, const T* b, const I* jb, const I* ib,
+              T* c, I ldc)
 {
     if (op == 'n') {
         auto* f = kernels<T, I>::csrmultd_ker();

@@ -1,5 +1,5 @@
-// core/spblas/sky.hpp - products and solves in skyline storage, by columns. The kernels know triangular, symmetric and
-// antisymmetric matrices and do not conjugate; the rest is put together from those:
+// core/spblas/sky.hpp - products and solves in skyline storage, by columns. The kernels know triangular, symmetric
+// and antisymmetric matrices and do not conjugate; the rest is put together from those:
 //     Hermitian            the triangle, and its strict part transposed between conjugations
 //     conjugate transpose  the transpose between conjugations
 //     unit diagonal        the product without a diagonal, and alpha*B
@@ -41,7 +41,7 @@ struct sky_product {
             if (op == 't') add_conjugated(f, false, stored, alpha), add(f, true, false, alpha, b);
             else add(f, false, stored, alpha, b), add_conjugated(f, true, false, alpha);
         } else {
-            auto* f = d.kind == 's' ? kernels<T, I>::skymmsk()
+            auto* f = d.kind == 's'   ? kernels<T, I>::skymmsk()
                       : d.kind == 'a' ? kernels<T, I>::skymmkk()
                                       : kernels<T, I>::skymmgk();
             if (op == 'c' && is_complex<T>) add_conjugated(f, true, stored, alpha);
@@ -71,8 +71,8 @@ void mm(const sky_view<T, I>& a, char op, I m, I n, I k, T alpha, const descript
         T* const target = c + from * ldc;
         const std::int64_t at = from * ldb;
         prepare(false, m, static_cast<I>(to - from), beta, target, ldc);
-        const sky_product<T, I> product{a,   d,      m,  static_cast<I>(to - from), b + at, other.get() + (conjugates ? at : 0),
-                                        ldb, target, ldc};
+        const sky_product<T, I> product{
+            a, d, m, static_cast<I>(to - from), b + at, other.get() + (conjugates ? at : 0), ldb, target, ldc};
         product.run(op, alpha);
     });
 }

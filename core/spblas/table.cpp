@@ -1,6 +1,6 @@
-// core/spblas/table.cpp - the kernels of the grammar by their letters. The table of stems is read once by the compiler:
-// for each type an array that leads from a number made of the letters to the place of the name, and for each type and
-// integer width the slots in that order.
+// core/spblas/table.cpp - the kernels of the grammar by their letters. The table of stems is read once by the
+// compiler: for each type an array that leads from a number made of the letters to the place of the name, and for
+// each type and integer width the slots in that order.
 
 #include "core/spblas/table.hpp"
 #include "core/loader/loader.hpp"
@@ -90,13 +90,16 @@ struct equivalent {
     bool negated;
 };
 constexpr equivalent equivalents[] = {
-    {'s', 't', 'n', false}, {'s', 's', 'c', false}, {'h', 'c', 'n', false}, {'h', 's', 't', false},
-    {'a', 't', 'n', true},  {'a', 's', 'c', true},  {'d', 't', 'n', false}, {'d', 's', 'c', false},
-    {'d', 'c', 's', false},
+    {'s', 't', 'n', false}, {'s', 's', 'c', false}, {'h', 'c', 'n', false},
+    {'h', 's', 't', false}, {'a', 't', 'n', true},  {'a', 's', 'c', true},
+    {'d', 't', 'n', false}, {'d', 's', 'c', false}, {'d', 'c', 's', false},
 };
 
 template <class T>
-constexpr char letter = sizeof(T) == 4 ? 's' : sizeof(T) == 16 ? 'z' : is_complex<T> ? 'c' : 'd';
+constexpr char letter = sizeof(T) == 4    ? 's'
+                        : sizeof(T) == 16 ? 'z'
+                        : is_complex<T>   ? 'c'
+                                          : 'd';
 
 template <class T, class I>
 any_kernel* find(format f, product p, char op, const description& d, int base, bool by_rows)

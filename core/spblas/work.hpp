@@ -97,7 +97,8 @@ template <class T, class I>
 void copy_scaled(bool by_rows, I rows, I columns, T scale, const T* from, I ldfrom, T* to, I ldto)
 {
     if (rows == 0 || columns == 0) return;
-    kernels<T, I>::matcopy()(by_rows ? &columns : &rows, by_rows ? &rows : &columns, &scale, from, &ldfrom, to, &ldto);
+    kernels<T, I>::matcopy()(by_rows ? &columns : &rows, by_rows ? &rows : &columns, &scale, from, &ldfrom, to,
+                             &ldto);
 }
 template <class T, class I>
 void copy_scaled(I count, T scale, const T* from, T* to)
@@ -202,13 +203,14 @@ T minus(T a)
     return a;
 }
 
-// Where a part of a product that scatters may write: anywhere, or on its own rows and before (lower) or behind (upper).
+// Where a part of a product that scatters may write: anywhere, or on its own rows and before (lower) or behind
+// (upper).
 enum class reach { anywhere, lower, upper };
 
 // run(part, parts, target, beta) computes target := beta*target + its part of a sum; the parts are added up in y.
-// Part 0 works on y itself, the others on vectors of their own with beta zero. `begins(part, parts)` is the row where a
-// part begins. In the strict mode, where the number of threads must not be seen in a sum, and without memory for the
-// vectors, one part is all.
+// Part 0 works on y itself, the others on vectors of their own with beta zero. `begins(part, parts)` is the row where
+// a part begins. In the strict mode, where the number of threads must not be seen in a sum, and without memory for
+// the vectors, one part is all.
 template <class T, class I, class Begins, class Run>
 void in_private_vectors(I length, std::int64_t work, T beta, T* y, reach where, Begins&& begins, Run&& run)
 {
@@ -224,14 +226,14 @@ void in_private_vectors(I length, std::int64_t work, T beta, T* y, reach where, 
                 run(part, parts, vector(part), part == 0 ? beta : T{});
                 threads::barrier();
                 // Each thread adds up one chunk of y.
-                const range chunk = where == reach::anywhere
-                                        ? share(length, 8, part, parts)
-                                        : range{begins(part, parts), begins(part + 1, parts)};
+                const range chunk = where == reach::anywhere ? share(length, 8, part, parts)
+                                                             : range{begins(part, parts), begins(part + 1, parts)};
                 const I n = static_cast<I>(chunk.to - chunk.from), from = static_cast<I>(chunk.from);
                 const T* list[most];
                 for (int p = 0; p < parts; ++p) list[p] = vector(p) + (where == reach::anywhere ? 0 : chunk.from);
                 T* const to = y + from;
-                // Of a lower matrix this part and those behind reach the chunk, of an upper one this and those before.
+                // Of a lower matrix this part and those behind reach the chunk, of an upper one this and those
+                // before.
                 const int own = std::max(part - 1, 0);
                 const I count = parts - 1, behind = parts - own, before = part, first = 1, no_stride = 0;
                 if (n == 0) return;
@@ -248,7 +250,8 @@ void in_private_vectors(I length, std::int64_t work, T beta, T* y, reach where, 
 template <class T, class I, class Run>
 void in_private_vectors(I length, std::int64_t work, T beta, T* y, Run&& run)
 {
-    in_private_vectors<T, I>(length, work, beta, y, reach::anywhere, [](int, int) { return std::int64_t{0}; }, run);
+    in_private_vectors<T, I>(
+        length, work, beta, y, reach::anywhere, [](int, int) { return std::int64_t{0}; }, run);
 }
 
 } // namespace vrn::spblas::host

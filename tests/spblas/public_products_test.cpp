@@ -57,8 +57,10 @@ struct PublicPairs : testing::Test {
         table d(static_cast<std::size_t>(s.m * s.n));
         const I base = s.ia[0];
         for (I i = 0; i < s.m; ++i)
-            for (I k = s.ia[static_cast<std::size_t>(i)] - base; k < s.ia[static_cast<std::size_t>(i) + 1] - base; ++k)
-                d[static_cast<std::size_t>(i * s.n + s.ja[static_cast<std::size_t>(k)] - base)] += s.a[static_cast<std::size_t>(k)];
+            for (I k = s.ia[static_cast<std::size_t>(i)] - base; k < s.ia[static_cast<std::size_t>(i) + 1] - base;
+                 ++k)
+                d[static_cast<std::size_t>(i * s.n + s.ja[static_cast<std::size_t>(k)] - base)] +=
+                    s.a[static_cast<std::size_t>(k)];
         return d;
     }
     static table transposed(const table& d, I m, I n)
@@ -75,7 +77,8 @@ struct PublicPairs : testing::Test {
             for (I l = 0; l < n; ++l) {
                 const T v = a[static_cast<std::size_t>(i * n + l)];
                 if (v == T{}) continue;
-                for (I j = 0; j < k; ++j) c[static_cast<std::size_t>(i * k + j)] += v * b[static_cast<std::size_t>(l * k + j)];
+                for (I j = 0; j < k; ++j)
+                    c[static_cast<std::size_t>(i * k + j)] += v * b[static_cast<std::size_t>(l * k + j)];
             }
         return c;
     }
@@ -107,13 +110,16 @@ struct PublicPairs : testing::Test {
         --nzmax;
         run(name, order, by);
         I last = rows;
-        while (last > 1 && counted.ia[static_cast<std::size_t>(last)] == counted.ia[static_cast<std::size_t>(last) - 1]) --last;
+        while (last > 1 &&
+               counted.ia[static_cast<std::size_t>(last)] == counted.ia[static_cast<std::size_t>(last) - 1])
+            --last;
         EXPECT_EQ(info, last) << name;
         return counted;
     }
 };
-using Pairs = testing::Types<std::pair<float, std::int64_t>, std::pair<double, std::int32_t>,
-                             std::pair<std::complex<float>, std::int32_t>, std::pair<std::complex<double>, std::int64_t>>;
+using Pairs =
+    testing::Types<std::pair<float, std::int64_t>, std::pair<double, std::int32_t>,
+                   std::pair<std::complex<float>, std::int32_t>, std::pair<std::complex<double>, std::int64_t>>;
 TYPED_TEST_SUITE(PublicPairs, Pairs, );
 
 TYPED_TEST(PublicPairs, ProductsAndSums)
@@ -135,11 +141,11 @@ TYPED_TEST(PublicPairs, ProductsAndSums)
                 const auto op_a = plain ? this->dense_of(a) : this->transposed(this->dense_of(a), s.m, s.n);
                 const auto want = this->times(op_a, this->dense_of(b), rows, inner, s.k);
                 I sort = 1;
-                arguments_by_name by{{"trans", &trans}, {"m", &s.m}, {"n", &s.n}, {"k", &s.k}, {"sort", &sort},
-                                     {"a", a.a.data()}, {"ja", a.ja.data()}, {"ia", a.ia.data()},
+                arguments_by_name by{{"trans", &trans}, {"m", &s.m},         {"n", &s.n},         {"k", &s.k},
+                                     {"sort", &sort},   {"a", a.a.data()},   {"ja", a.ja.data()}, {"ia", a.ia.data()},
                                      {"b", b.a.data()}, {"jb", b.ja.data()}, {"ib", b.ia.data()}};
-                const auto c = this->made("csrmultcsr", "trans request sort m n k a ja ia b jb ib c jc ic nzmax info", by,
-                                          rows, s.k);
+                const auto c = this->made("csrmultcsr", "trans request sort m n k a ja ia b jb ib c jc ic nzmax info",
+                                          by, rows, s.k);
                 EXPECT_EQ(this->dense_of(c), want);
                 for (I i = 0; i < rows; ++i)
                     EXPECT_TRUE(std::is_sorted(c.ja.begin() + c.ia[static_cast<std::size_t>(i)] - 1,
@@ -159,8 +165,8 @@ TYPED_TEST(PublicPairs, ProductsAndSums)
                 const T beta = this->whole();
                 sort = 0;
                 by["beta"] = &beta, by["b"] = other.a.data(), by["jb"] = other.ja.data(), by["ib"] = other.ia.data();
-                const auto sum = this->made("csradd", "trans request sort m n a ja ia beta b jb ib c jc ic nzmax info", by,
-                                            rows, inner);
+                const auto sum = this->made(
+                    "csradd", "trans request sort m n a ja ia beta b jb ib c jc ic nzmax info", by, rows, inner);
                 auto both = op_a;
                 const auto second = this->dense_of(other);
                 for (std::size_t e = 0; e < both.size(); ++e) both[e] += beta * second[e];
@@ -179,8 +185,9 @@ TYPED_TEST(PublicPairs, ShortProducts)
             const auto d = this->dense_of(a);
             std::vector<T> x(static_cast<std::size_t>(m)), y(x.size());
             for (T& v : x) v = this->whole();
-            arguments_by_name by{{"m", &m}, {"k", &m}, {"val", a.a.data()}, {"indx", a.ja.data()}, {"pntr", a.ia.data()},
-                                 {"x", x.data()}, {"y", y.data()}};
+            arguments_by_name by{
+                {"m", &m},       {"k", &m},      {"val", a.a.data()}, {"indx", a.ja.data()}, {"pntr", a.ia.data()},
+                {"x", x.data()}, {"y", y.data()}};
             for (const char trans : {'N', 'T'}) {
                 std::fill(y.begin(), y.end(), nan_of<T>());
                 by["trans"] = &trans;
@@ -193,13 +200,15 @@ TYPED_TEST(PublicPairs, ShortProducts)
                 auto whole = d;
                 for (I i = 0; i < m; ++i) {
                     for (I j = 0; j < m; ++j) {
-                        const auto at = static_cast<std::size_t>(i * m + j), mirrored = static_cast<std::size_t>(j * m + i);
+                        const auto at = static_cast<std::size_t>(i * m + j),
+                                   mirrored = static_cast<std::size_t>(j * m + i);
                         if (uplo == 'L' ? j > i : j < i) whole[at] = d[mirrored];
                         else if (d[at] != T{}) half.ja.push_back(j + 1), half.a.push_back(d[at]);
                     }
                     half.ia.push_back(static_cast<I>(half.ja.size()) + 1);
                 }
-                by["uplo"] = &uplo, by["val"] = half.a.data(), by["indx"] = half.ja.data(), by["pntr"] = half.ia.data();
+                by["uplo"] = &uplo, by["val"] = half.a.data(), by["indx"] = half.ja.data(),
+                by["pntr"] = half.ia.data();
                 std::fill(y.begin(), y.end(), nan_of<T>());
                 this->run("csrsymv", "uplo m val indx pntr x y", by);
                 EXPECT_EQ(y, this->times(whole, x, m, m, 1)) << m << uplo;
@@ -221,9 +230,11 @@ TYPED_TEST(PublicPairs, Conversions)
             const I nnz = static_cast<I>(a.ja.size());
             I info = 9, count = nnz, ndiag = 2 * m, lval = m;
             std::vector<T> values(static_cast<std::size_t>(2 * m * m), nan_of<T>());
-            std::vector<I> first(values.size(), -5), second(values.size(), -5), job{0, base, target, 0, static_cast<I>(values.size()), 3};
+            std::vector<I> first(values.size(), -5), second(values.size(), -5),
+                job{0, base, target, 0, static_cast<I>(values.size()), 3};
             csr back{m, m, std::vector<T>(a.a.size()), std::vector<I>(a.ja.size()), std::vector<I>(a.ia.size())};
-            const auto there_and_back = [&](const std::string& name, const std::string& rest, arguments_by_name by, I job5, I returning) {
+            const auto there_and_back = [&](const std::string& name, const std::string& rest, arguments_by_name by,
+                                            I job5, I returning) {
                 by["job"] = job.data(), by["m"] = &m, by["info"] = &info;
                 by["acsr"] = a.a.data(), by["ja"] = a.ja.data(), by["ia"] = a.ia.data();
                 job[0] = 0, job[5] = job5;
@@ -231,7 +242,6 @@ TYPED_TEST(PublicPairs, Conversions)
                 EXPECT_EQ(info, 0) << name;
                 by["acsr"] = back.a.data(), by["ja"] = back.ja.data(), by["ia"] = back.ia.data();
                 if (name == "csrbsr") by["m"] = &mb;
-                if (name == "csrcsc") std::swap(job[1], job[2]), std::swap(job[1], job[2]);
                 job[0] = 1, job[5] = returning;
                 this->run(name, rest, by);
                 EXPECT_EQ(info, 0) << name;
@@ -246,13 +256,26 @@ TYPED_TEST(PublicPairs, Conversions)
                 EXPECT_EQ(info, 77);
                 last_report = {}, job[2] = target;
             };
-            there_and_back("csrcoo", "job m acsr ja ia nnz acoo rowind colind info",
-                           {{"nnz", &count}, {"acoo", values.data()}, {"rowind", first.data()}, {"colind", second.data()}}, 3, 0);
+            there_and_back(
+                "csrcoo", "job m acsr ja ia nnz acoo rowind colind info",
+                {{"nnz", &count}, {"acoo", values.data()}, {"rowind", first.data()}, {"colind", second.data()}}, 3,
+                0);
             there_and_back("csrdia", "job m acsr ja ia adia lval idiag ndiag acsr_rem ja_rem ia_rem info",
-                           {{"adia", values.data()}, {"lval", &lval}, {"idiag", first.data()}, {"ndiag", &ndiag},
-                            {"acsr_rem", nullptr}, {"ja_rem", nullptr}, {"ia_rem", nullptr}}, 10, 0);
+                           {{"adia", values.data()},
+                            {"lval", &lval},
+                            {"idiag", first.data()},
+                            {"ndiag", &ndiag},
+                            {"acsr_rem", nullptr},
+                            {"ja_rem", nullptr},
+                            {"ia_rem", nullptr}},
+                           10, 0);
             there_and_back("csrbsr", "job m lb lval acsr ja ia absr jab iab info",
-                           {{"lb", &lb}, {"lval", &square}, {"absr", values.data()}, {"jab", first.data()}, {"iab", second.data()}}, 1, 1);
+                           {{"lb", &lb},
+                            {"lval", &square},
+                            {"absr", values.data()},
+                            {"jab", first.data()},
+                            {"iab", second.data()}},
+                           1, 1);
             if (base == target)
                 there_and_back("csrcsc", "job m acsr ja ia acsc ja1 ia1 info",
                                {{"acsc", values.data()}, {"ja1", first.data()}, {"ia1", second.data()}}, 1, 1);
@@ -260,36 +283,49 @@ TYPED_TEST(PublicPairs, Conversions)
             csr lower{m, m};
             lower.ia.push_back(base);
             for (I i = 0; i < m; ++i) {
-                for (I k = a.ia[static_cast<std::size_t>(i)] - base; k < a.ia[static_cast<std::size_t>(i) + 1] - base; ++k)
+                for (I k = a.ia[static_cast<std::size_t>(i)] - base; k < a.ia[static_cast<std::size_t>(i) + 1] - base;
+                     ++k)
                     if (a.ja[static_cast<std::size_t>(k)] - base <= i)
-                        lower.ja.push_back(a.ja[static_cast<std::size_t>(k)]), lower.a.push_back(a.a[static_cast<std::size_t>(k)]);
+                        lower.ja.push_back(a.ja[static_cast<std::size_t>(k)]),
+                            lower.a.push_back(a.a[static_cast<std::size_t>(k)]);
                 lower.ia.push_back(base + static_cast<I>(lower.ja.size()));
             }
             a = lower;
             back = {m, m, std::vector<T>(a.a.size()), std::vector<I>(a.ja.size()), std::vector<I>(a.ia.size())};
-            there_and_back("csrsky", "job m acsr ja ia asky pntr info", {{"asky", values.data()}, {"pntr", first.data()}}, 0, 0);
+            there_and_back("csrsky", "job m acsr ja ia asky pntr info",
+                           {{"asky", values.data()}, {"pntr", first.data()}}, 0, 0);
 
             // Dense to CSR, by rows or by columns as the base says, and sorting of rows that are not.
             const auto d = target == 0 ? this->dense_of(a) : this->transposed(this->dense_of(a), m, m);
             job = {0, target, base, 2, static_cast<I>(back.a.size()), 1};
             back = {m, m, std::vector<T>(a.a.size()), std::vector<I>(a.ja.size()), std::vector<I>(a.ia.size())};
             this->run("dnscsr", "job m n adns lda acsr ja ia info",
-                      {{"job", job.data()}, {"m", &m}, {"n", &m}, {"adns", d.data()}, {"lda", &m}, {"acsr", back.a.data()},
-                       {"ja", back.ja.data()}, {"ia", back.ia.data()}, {"info", &info}});
+                      {{"job", job.data()},
+                       {"m", &m},
+                       {"n", &m},
+                       {"adns", d.data()},
+                       {"lda", &m},
+                       {"acsr", back.a.data()},
+                       {"ja", back.ja.data()},
+                       {"ia", back.ia.data()},
+                       {"info", &info}});
             EXPECT_EQ(info, 0);
             EXPECT_TRUE(this->same(a, back)) << "dense";
             for (I i = 0; i < m; ++i) {
-                const auto from = a.ia[static_cast<std::size_t>(i)] - base, to = a.ia[static_cast<std::size_t>(i) + 1] - base;
+                const auto from = a.ia[static_cast<std::size_t>(i)] - base,
+                           to = a.ia[static_cast<std::size_t>(i) + 1] - base;
                 std::reverse(back.ja.begin() + from, back.ja.begin() + to);
                 std::reverse(back.a.begin() + from, back.a.begin() + to);
             }
-            this->run("csrsort", "m a ja ia", {{"m", &m}, {"a", back.a.data()}, {"ja", back.ja.data()}, {"ia", back.ia.data()}});
+            this->run("csrsort", "m a ja ia",
+                      {{"m", &m}, {"a", back.a.data()}, {"ja", back.ja.data()}, {"ia", back.ia.data()}});
             EXPECT_TRUE(this->same(a, back)) << "sorted";
         }
     // The name that the back-end imports is the same routine.
     static void* const host = dlopen(VRN_LIBRARY_DIR "/libvrn_core.so", RTLD_NOW);
     const std::string t(1, letter_of<T>);
-    EXPECT_EQ(dlsym(host, (prefix_of<I>() + "vrn_" + t + "csrbsr").c_str()), dlsym(host, (prefix_of<I>() + t + "csrbsr").c_str()));
+    EXPECT_EQ(dlsym(host, (prefix_of<I>() + "vrn_" + t + "csrbsr").c_str()),
+              dlsym(host, (prefix_of<I>() + t + "csrbsr").c_str()));
 }
 
 TEST(PublicSparse, AskTheEnvironmentAndGiveMemory)

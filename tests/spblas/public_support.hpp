@@ -16,8 +16,8 @@
 namespace vrn::test {
 
 template <class T>
-constexpr char letter_of = std::is_same_v<T, float> ? 's'
-                           : std::is_same_v<T, double> ? 'd'
+constexpr char letter_of = std::is_same_v<T, float>                 ? 's'
+                           : std::is_same_v<T, double>              ? 'd'
                            : std::is_same_v<T, std::complex<float>> ? 'c'
                                                                     : 'z';
 template <class I>
@@ -61,9 +61,8 @@ inline void call(const std::string& name, const std::string& order, const argume
     auto of_length = [&]<std::size_t N>(std::integral_constant<std::size_t, N>) {
         if (list.size() == N) call_with(f, list, std::make_index_sequence<N>{}), done = true;
     };
-    [&]<std::size_t... N>(std::index_sequence<N...>) {
-        (of_length(std::integral_constant<std::size_t, N>{}), ...);
-    }(std::make_index_sequence<20>{});
+    [&]<std::size_t... N>(std::index_sequence<N...>) { (of_length(std::integral_constant<std::size_t, N>{}), ...); }
+    (std::make_index_sequence<20>{});
     ASSERT_TRUE(done);
 }
 
@@ -117,7 +116,8 @@ struct stored {
             val.assign(i1.size() * static_cast<std::size_t>(lval), nan_of<T>());
             // Inside the matrix every place of a diagonal counts.
             for (std::size_t j = 0; j < i1.size(); ++j)
-                for (std::int64_t i = std::max<std::int64_t>(0, -i1[j]); i < std::min<std::int64_t>(m, k - i1[j]); ++i)
+                for (std::int64_t i = std::max<std::int64_t>(0, -i1[j]); i < std::min<std::int64_t>(m, k - i1[j]);
+                     ++i)
                     val[j * static_cast<std::size_t>(lval) + static_cast<std::size_t>(i)] = T{};
             for (const auto& x : e) {
                 const auto j = std::find(i1.begin(), i1.end(), static_cast<I>(x.col - x.row)) - i1.begin();
@@ -129,7 +129,8 @@ struct stored {
             std::vector<std::int64_t> first(static_cast<std::size_t>(m));
             for (std::int64_t i = 0; i < m; ++i) first[static_cast<std::size_t>(i)] = i;
             for (const auto& x : e)
-                if (x.col < x.row) first[static_cast<std::size_t>(x.row)] = std::min(first[static_cast<std::size_t>(x.row)], x.col);
+                if (x.col < x.row)
+                    first[static_cast<std::size_t>(x.row)] = std::min(first[static_cast<std::size_t>(x.row)], x.col);
             for (std::int64_t i = 0; i < m; ++i) {
                 for (std::int64_t j = first[static_cast<std::size_t>(i)]; j <= i; ++j) {
                     const auto at = std::lower_bound(e.begin(), e.end(), std::pair(i, j),
@@ -163,7 +164,8 @@ struct stored {
     void add_to(arguments_by_name& a) const
     {
         a["val"] = val.data();
-        const char* const names[][3] = {{"rowind", "colind", ""}, {"idiag", "", ""}, {"pntr", "", ""}, {"indx", "pntrb", "pntre"}};
+        const char* const names[][3] = {
+            {"rowind", "colind", ""}, {"idiag", "", ""}, {"pntr", "", ""}, {"indx", "pntrb", "pntre"}};
         const auto& n = names[format == "coo" ? 0 : format == "dia" ? 1 : format == "sky" ? 2 : 3];
         a[n[0]] = i1.data(), a[n[1]] = i2.data(), a[n[2]] = i3.data();
         for (const auto& [name, value] : numbers) a[name] = &value;
