@@ -37,8 +37,8 @@ struct routines;
     struct routines<T> {                                                                                             \
         using value = C;                                                                                             \
         FORMAT(t, csr)                                                                                               \
-        FORMAT(t, csc) FORMAT(t, coo) FORMAT(t, dia)                                                                 \
-            FORMAT(t, bsr) static constexpr auto skysv = vrn_spblas_lp64_##t##skysv;                                 \
+        FORMAT(t, csc)                                                                                               \
+        FORMAT(t, coo) FORMAT(t, dia) FORMAT(t, bsr) static constexpr auto skysv = vrn_spblas_lp64_##t##skysv;       \
         static constexpr auto csrcoo = vrn_spblas_lp64_##t##csrcoo, csrbsr = vrn_spblas_lp64_##t##csrbsr;            \
         static constexpr auto csrcsc = vrn_spblas_lp64_##t##csrcsc, csrdia = vrn_spblas_lp64_##t##csrdia;            \
         static constexpr auto csrsky = vrn_spblas_lp64_##t##csrsky;                                                  \

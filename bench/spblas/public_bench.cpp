@@ -1,6 +1,6 @@
 // bench/spblas/public_bench.cpp - the public sparse BLAS on two threads beside itself on one, in GFLOP/s. Rows:
-// operation / matrix; the ratio is what the second thread brings. The small matrices stay in the caches of two cores, the
-// large ones read memory, whose bandwidth the two share.
+// operation / matrix; the ratio is what the second thread brings. The small matrices stay in the caches of two cores,
+// the large ones read memory, whose bandwidth the two share.
 
 #include "bench/spblas/matrices.hpp"
 #include "bench/support/contest.hpp"
@@ -54,8 +54,8 @@ using operation = void (*)(operands&);
 
 void mv(operands& o, const char* trans, const char* descr)
 {
-    vrn_spblas_lp64_dcsrmv(trans, &o.m, &o.m, &o.one, descr, o.val.data(), o.p.column.data(), o.begin(), o.begin() + 1,
-                           o.x.data(), &o.zero, o.y.data());
+    vrn_spblas_lp64_dcsrmv(trans, &o.m, &o.m, &o.one, descr, o.val.data(), o.p.column.data(), o.begin(),
+                           o.begin() + 1, o.x.data(), &o.zero, o.y.data());
 }
 void mm(operands& o, const char* descr)
 {
@@ -108,7 +108,8 @@ int main(int argc, char** argv)
             std::string label = what;
             label += '/';
             label += name;
-            benchmark::RegisterBenchmark(label.c_str(), [name = std::string(name), f = f, work = work](auto& s) { contest_of(s, name, f, work); })
+            benchmark::RegisterBenchmark(label.c_str(), [name = std::string(name), f = f,
+                                                         work = work](auto& s) { contest_of(s, name, f, work); })
                 ->UseManualTime()
                 ->Iterations(1);
         }

@@ -113,7 +113,7 @@ struct sorted_diagonals {
             }
             val = values_.get(), lval = m;
         }
-        I full_first, full_last, flag;
+        I full_first = 0, full_last = 0, flag = 0;
         const auto find = d.lower() ? d.unit() ? kernels<T, I>::find_diag_par_lu() : kernels<T, I>::find_diag_par_ln()
                           : d.unit() ? kernels<T, I>::find_diag_par_uu()
                                      : kernels<T, I>::find_diag_par_un();

@@ -62,6 +62,9 @@ extern "C" {
 void vrn_spblas_set_checking(int on);
 int vrn_spblas_get_checking(void);
 
-/* Memory aligned for any vector, to be freed with vrn_spblas_free; null for a size of 0 or when there is none. */
+/* Memory aligned for any vector, to be given back with the free of either width; null for a size of 0 or when there is
+ * none. */
 void* vrn_spblas_malloc(int64_t bytes);
+void* vrn_spblas_lp64_malloc(int32_t bytes);
 void vrn_spblas_free(void* block);
+void vrn_spblas_lp64_free(void* block);

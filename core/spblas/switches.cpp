@@ -34,8 +34,11 @@ extern "C" int vrn_spblas_get_checking(void)
     return mode;
 }
 
-extern "C" void* vrn_spblas_malloc(std::int64_t bytes)
-{
-    return bytes < 0 ? nullptr : vrn::spblas::host::kernels<double, std::int64_t>::spmalloc()(&bytes);
-}
-extern "C" void vrn_spblas_free(void* block) { vrn::spblas::host::kernels<double, std::int64_t>::spfree()(&block); }
+#define VRN_SPBLAS_MEMORY(prefix, I)                                                                                 \
+    extern "C" void* prefix##malloc(I bytes)                                                                         \
+    {                                                                                                                \
+        return bytes < 0 ? nullptr : vrn::spblas::host::kernels<double, I>::spmalloc()(&bytes);                      \
+    }                                                                                                                \
+    extern "C" void prefix##free(void* block) { vrn::spblas::host::kernels<double, I>::spfree()(&block); }
+VRN_SPBLAS_MEMORY(vrn_spblas_, std::int64_t)
+VRN_SPBLAS_MEMORY(vrn_spblas_lp64_, std::int32_t)
