@@ -110,7 +110,7 @@ void copy_scaled(I count, T scale, const T* from, T* to)
 template <class T, class I>
 void prepare(I count, T beta, T* y)
 {
-    I nonzero;
+    I nonzero = 0;
     kernels<T, I>::zerocheck()(&beta, &nonzero);
     if (nonzero == 0) kernels<T, I>::zeros()(y, &count);
     else if (!(beta == simd::unity<T>)) copy_scaled<T, I>(count, beta, y, y);
