@@ -44,16 +44,18 @@ struct in_registers {
     Y y;
     I row{};
     typename Y::value sum{};
-    bool any = false;
 
+    [[gnu::always_inline]] void begin(I first)
+    {
+        row = first;
+        sum = y.get(row);
+    }
     template <class T>
     [[gnu::always_inline]] void add(I self, T t, I col)
     {
-        if (!any || self != row) {
+        if (self != row) {
             done();
-            any = true;
-            row = self;
-            sum = y.get(row);
+            begin(self);
         }
         x.add(sum, t, col);
     }
@@ -65,10 +67,7 @@ struct in_registers {
         x.add(other, t, self);
         y.put(col, other);
     }
-    [[gnu::always_inline]] void done()
-    {
-        if (any) y.put(row, sum);
-    }
+    [[gnu::always_inline]] void done() { y.put(row, sum); }
 };
 
 // y += t*x over neighbours.
@@ -95,6 +94,7 @@ struct in_memory {
         add_neighbours(width, t, x + col * ldx, y + row * ldy);
     }
     [[gnu::always_inline]] void add_mirrored(std::ptrdiff_t col, T t, std::ptrdiff_t row) const { add(col, t, row); }
+    void begin(std::ptrdiff_t) const {}
     void done() const {}
 };
 
@@ -102,6 +102,8 @@ struct in_memory {
 template <tag Shape, class T, class I, class To>
 [[gnu::always_inline]] inline void add_entries(const entries<T, I>& a, T alpha, To to)
 {
+    if (a.begin >= a.end) return;
+    to.begin(a.rowind[a.begin]);
     for (std::ptrdiff_t k = a.begin; k < a.end; ++k) {
         const I row = a.rowind[k], col = a.colind[k];
         if (!wanted<Shape>(row, col)) continue;
