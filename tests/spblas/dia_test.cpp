@@ -250,4 +250,13 @@ TEST_P(DiaSolves, MeanTheirNames)
     });
 }
 
+// What the others walk over is all there is.
+TEST(DiaNames, AreAllWritten)
+{
+    std::size_t count = 0;
+    for (const auto& [product, letter] : groups({"mv", "mm", "sv", "sm"}))
+        count += stems("dia", product, letter).size();
+    EXPECT_EQ(count, 316u);
+}
+
 } // namespace
