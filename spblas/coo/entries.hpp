@@ -27,8 +27,8 @@ constexpr tag folded(tag t)
     return t;
 }
 
-template <tag Shape, class I>
-[[gnu::always_inline]] inline bool wanted(I row, I col)
+template <tag Shape>
+[[gnu::always_inline]] inline bool wanted(std::ptrdiff_t row, std::ptrdiff_t col)
 {
     if constexpr (Shape.is('g')) return true;
     else if constexpr (Shape.is('d')) return row == col;
@@ -38,20 +38,20 @@ template <tag Shape, class I>
 
 // The element of y that neighbouring entries share stays in registers: where a row's entries stand together, the way
 // through memory would be half of an entry's time.
-template <class X, class Y, class I>
+template <class X, class Y>
 struct in_registers {
     X x;
     Y y;
-    I row{};
+    std::ptrdiff_t row = 0;
     typename Y::value sum{};
 
-    [[gnu::always_inline]] void begin(I first)
+    [[gnu::always_inline]] void begin(std::ptrdiff_t first)
     {
         row = first;
         sum = y.get(row);
     }
     template <class T>
-    [[gnu::always_inline]] void add(I self, T t, I col)
+    [[gnu::always_inline]] void add(std::ptrdiff_t self, T t, std::ptrdiff_t col)
     {
         if (self != row) {
             done();
@@ -61,7 +61,7 @@ struct in_registers {
     }
     // `col` is another row than the one in registers.
     template <class T>
-    [[gnu::always_inline]] void add_mirrored(I col, T t, I self)
+    [[gnu::always_inline]] void add_mirrored(std::ptrdiff_t col, T t, std::ptrdiff_t self)
     {
         auto other = y.get(col);
         x.add(other, t, self);
@@ -105,7 +105,7 @@ template <tag Shape, class T, class I, class To>
     if (a.begin >= a.end) return;
     to.begin(a.rowind[a.begin]);
     for (std::ptrdiff_t k = a.begin; k < a.end; ++k) {
-        const I row = a.rowind[k], col = a.colind[k];
+        const std::ptrdiff_t row = a.rowind[k], col = a.colind[k];
         if (!wanted<Shape>(row, col)) continue;
         const T v = conj_if<Shape.conjugates()>(a.val[k]);
         to.add(row, alpha * v, col);
