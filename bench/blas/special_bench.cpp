@@ -75,7 +75,6 @@ void compressed_vectors(int64_t n)
     };
     using Int = const int64_t*;
     static const double alpha = 1e-9, c = 0.8, s = 0.6;
-    static volatile double sink;
     add(
         "daxpyi", 2,
         [](void* f, compressed& o) {
@@ -88,13 +87,13 @@ void compressed_vectors(int64_t n)
     add(
         "ddoti", 2,
         [](void* f, compressed& o) {
-            sink = reinterpret_cast<double (*)(Int, const double*, Int, const double*)>(f)(&o.n, o.x.data(),
-                                                                                           o.indx.data(), o.y.data());
+            benchmark::DoNotOptimize(reinterpret_cast<double (*)(Int, const double*, Int, const double*)>(f)(
+                &o.n, o.x.data(), o.indx.data(), o.y.data()));
         },
         [](int64_t m, const double* x, Int i, double* y) {
             double sum = 0;
             for (int64_t k = 0; k < m; ++k) sum += x[k] * y[i[k]];
-            sink = sum;
+            benchmark::DoNotOptimize(sum);
         });
     add(
         "dgthr", 1,
