@@ -45,25 +45,17 @@ struct matrix {
     [[gnu::always_inline]] row<T, I> next(std::ptrdiff_t i) const
     {
         const row<T, I> r = (*this)[i];
-        const char *val = ahead<Step>(r.val), *indx = ahead<Step>(r.indx);
-        _mm_prefetch(val, _MM_HINT_T0);
-        _mm_prefetch(indx, _MM_HINT_T0);
-        // Of short rows a line each is enough, and a loop would cost more than it brings.
-        if (r.size >= 32) {
-            for (std::ptrdiff_t o = 64; o < r.size * std::ptrdiff_t{sizeof(T)}; o += 64)
-                _mm_prefetch(val + o, _MM_HINT_T0);
-            for (std::ptrdiff_t o = 64; o < r.size * std::ptrdiff_t{sizeof(I)}; o += 64)
-                _mm_prefetch(indx + o, _MM_HINT_T0);
-        }
+        ask<Step>(r.val);
+        ask<Step>(r.indx);
         return r;
     }
 
   private:
     template <int Step, class E>
-    [[gnu::always_inline]] static const char* ahead(const E* p)
+    [[gnu::always_inline]] static void ask(const E* p)
     {
         constexpr auto distance = static_cast<std::uintptr_t>(Step * entries_ahead * std::ptrdiff_t{sizeof(E)});
-        return reinterpret_cast<const char*>(reinterpret_cast<std::uintptr_t>(p) + distance);
+        _mm_prefetch(reinterpret_cast<const char*>(reinterpret_cast<std::uintptr_t>(p) + distance), _MM_HINT_T0);
     }
 };
 

@@ -81,24 +81,19 @@ template <tag Shape, class T, class I>
             if constexpr (Shape.unit()) mine = mine + t;
             y[self] = mine;
         } else {
-            const std::ptrdiff_t place = self;
+            // A sorted row is one run in the wanted triangle, and a diagonal.
             T sum{};
-            auto add = [&](T v, std::ptrdiff_t col) __attribute__((always_inline))
-            {
-                sum = sum + own<Shape>(v) * x[col];
-                y[col] = y[col] + t * mirrored<Shape>(v);
-            };
-            // By twos while both are wanted, as but for its ends a sorted row is throughout.
-            for (std::ptrdiff_t k = 0; k < r.size; ++k) {
-                for (; k + 1 < r.size; k += 2) {
-                    const places<I, 2> at(r.indx + k);
-                    if (!(inside<Shape.lower()>(at.col[0], place) && inside<Shape.lower()>(at.col[1], place))) break;
-                    add(r.val[k], at.col[0]);
-                    add(r.val[k + 1], at.col[1]);
+            const std::ptrdiff_t size = r.size;
+            for (std::ptrdiff_t k = 0; k < size; ++k) {
+                I col = r.indx[k];
+                while (inside<Shape.lower()>(col, self)) {
+                    const T v = r.val[k];
+                    sum = sum + own<Shape>(v) * x[col];
+                    y[col] = y[col] + t * mirrored<Shape>(v);
+                    if (++k == size) break;
+                    col = r.indx[k];
                 }
-                if (k == r.size) break;
-                if (inside<Shape.lower()>(r.indx[k], self)) add(r.val[k], r.indx[k]);
-                else if (r.indx[k] == self) sum = sum + on_diagonal<Shape>(r.val[k]) * x[self];
+                if (col == self) sum = sum + on_diagonal<Shape>(r.val[k]) * x[self];
             }
             y[self] = element() + alpha * sum;
         }
