@@ -27,8 +27,8 @@ constexpr tag folded(tag t)
     return t;
 }
 
-template <tag Shape, class I>
-[[gnu::always_inline]] inline bool wanted(I row, I col)
+template <tag Shape>
+[[gnu::always_inline]] inline bool wanted(std::ptrdiff_t row, std::ptrdiff_t col)
 {
     if constexpr (Shape.is('g')) return true;
     else if constexpr (Shape.is('d')) return row == col;
@@ -38,37 +38,36 @@ template <tag Shape, class I>
 
 // The element of y that neighbouring entries share stays in registers: where a row's entries stand together, the way
 // through memory would be half of an entry's time.
-template <class X, class Y, class I>
+template <class X, class Y>
 struct in_registers {
     X x;
     Y y;
-    I row{};
+    std::ptrdiff_t row = 0;
     typename Y::value sum{};
-    bool any = false;
 
-    template <class T>
-    [[gnu::always_inline]] void add(I self, T t, I col)
+    [[gnu::always_inline]] void begin(std::ptrdiff_t first)
     {
-        if (!any || self != row) {
+        row = first;
+        sum = y.get(row);
+    }
+    template <class T>
+    [[gnu::always_inline]] void add(std::ptrdiff_t self, T t, std::ptrdiff_t col)
+    {
+        if (self != row) {
             done();
-            any = true;
-            row = self;
-            sum = y.get(row);
+            begin(self);
         }
         x.add(sum, t, col);
     }
     // `col` is another row than the one in registers.
     template <class T>
-    [[gnu::always_inline]] void add_mirrored(I col, T t, I self)
+    [[gnu::always_inline]] void add_mirrored(std::ptrdiff_t col, T t, std::ptrdiff_t self)
     {
         auto other = y.get(col);
         x.add(other, t, self);
         y.put(col, other);
     }
-    [[gnu::always_inline]] void done()
-    {
-        if (any) y.put(row, sum);
-    }
+    [[gnu::always_inline]] void done() { y.put(row, sum); }
 };
 
 // y += t*x over neighbours.
@@ -95,6 +94,7 @@ struct in_memory {
         add_neighbours(width, t, x + col * ldx, y + row * ldy);
     }
     [[gnu::always_inline]] void add_mirrored(std::ptrdiff_t col, T t, std::ptrdiff_t row) const { add(col, t, row); }
+    void begin(std::ptrdiff_t) const {}
     void done() const {}
 };
 
@@ -102,8 +102,10 @@ struct in_memory {
 template <tag Shape, class T, class I, class To>
 [[gnu::always_inline]] inline void add_entries(const entries<T, I>& a, T alpha, To to)
 {
+    if (a.begin >= a.end) return;
+    to.begin(a.rowind[a.begin]);
     for (std::ptrdiff_t k = a.begin; k < a.end; ++k) {
-        const I row = a.rowind[k], col = a.colind[k];
+        const std::ptrdiff_t row = a.rowind[k], col = a.colind[k];
         if (!wanted<Shape>(row, col)) continue;
         const T v = conj_if<Shape.conjugates()>(a.val[k]);
         to.add(row, alpha * v, col);

@@ -31,17 +31,16 @@ template <tag Shape, class T, class I>
         b += from, c += from;
         if (to - from == vectors * per_vec<T>)
             add_entries<Shape>(a, alpha,
-                               in_registers<strip<const T, vectors>, strip<T, vectors>, I>{{b, ldb}, {c, ldc}});
+                               in_registers<strip<const T, vectors>, strip<T, vectors>>{{b, ldb}, {c, ldc}});
         else add_entries<Shape>(a, alpha, in_memory<T>{b, ldb, c, ldc, to - from});
     } else {
         std::ptrdiff_t j = from;
         if (to - from >= 4 && stand_by_rows(a))
             for (; j + 4 <= to; j += 4)
                 add_entries<Shape>(
-                    a, alpha,
-                    in_registers<bundle<const T, 4>, bundle<T, 4>, I>{{b + j * ldb, ldb}, {c + j * ldc, ldc}});
+                    a, alpha, in_registers<bundle<const T, 4>, bundle<T, 4>>{{b + j * ldb, ldb}, {c + j * ldc, ldc}});
         for (; j < to; ++j)
-            add_entries<Shape>(a, alpha, in_registers<vector<const T>, vector<T>, I>{{b + j * ldb}, {c + j * ldc}});
+            add_entries<Shape>(a, alpha, in_registers<vector<const T>, vector<T>>{{b + j * ldb}, {c + j * ldc}});
     }
 }
 

@@ -13,7 +13,7 @@ namespace vrn::spblas::coo {
 template <tag Shape, class T, class I>
 [[gnu::noinline, gnu::flatten]] void mv(entries<T, I> a, std::ptrdiff_t m, I base, T alpha, const T* x, T* y)
 {
-    add_entries<Shape>(a, alpha, in_registers<vector<const T>, vector<T>, I>{{x}, {y}});
+    add_entries<Shape>(a, alpha, in_registers<vector<const T>, vector<T>>{{x}, {y}});
     if constexpr (Shape.unit()) add_line(m, alpha, x + base, y + base);
 }
 

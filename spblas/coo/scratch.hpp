@@ -51,7 +51,7 @@ struct line {
 template <int W, tag Shape, class T, class I>
 [[gnu::noinline, gnu::flatten]] void add_lines(entries<T, I> a, T alpha, const T* b, T* c, std::ptrdiff_t ld)
 {
-    add_entries<Shape>(a, alpha, in_registers<line<const T, W>, line<T, W>, I>{{b, ld}, {c, ld}});
+    add_entries<Shape>(a, alpha, in_registers<line<const T, W>, line<T, W>>{{b, ld}, {c, ld}});
 }
 template <tag Shape, class T, class I>
 [[gnu::noinline, gnu::flatten]] void add_any(entries<T, I> a, std::ptrdiff_t width, T alpha, const T* b, T* c,

@@ -51,18 +51,18 @@ inline constexpr bool forward = Shape.lower() != Shape.transposes();
 template <tag Shape, class T, class I, class Y>
 [[gnu::always_inline]] inline void solve_rows(const triangle<T, I>& a, const Y& y)
 {
-    constexpr bool conjugate = Shape.conjugates();
+    constexpr bool conjugate = Shape.conjugates(), lower = Shape.lower();
+    const coupling<Shape, T, I> near(a, lower ? a.last - 1 : a.first);
     auto previous = Y::zero();
     for (std::ptrdiff_t step = 0; step < a.m; ++step) {
-        const std::ptrdiff_t i = forward<Shape> ? step : a.m - 1 - step, solved = forward<Shape> ? i - 1 : i + 1;
+        const std::ptrdiff_t i = forward<Shape> ? step : a.m - 1 - step;
         auto left = y.get(i);
-        for (std::ptrdiff_t k = a.first; k < a.last; ++k) {
-            const coupling<Shape, T, I> at(a, Shape.lower() ? k : a.first + a.last - 1 - k);
+        for (std::ptrdiff_t far = 0; far + 1 < a.last - a.first; ++far) {
+            const coupling<Shape, T, I> at(a, lower ? a.first + far : a.last - 1 - far);
             const std::ptrdiff_t from = i + at.reach;
-            if (from < 0 || from >= a.m) continue;
-            const T v = conj_if<conjugate>(at.val[i]);
-            left = left - v * (from == solved ? previous : y.get(from));
+            if (from >= 0 && from < a.m) left = left - conj_if<conjugate>(at.val[i]) * y.get(from);
         }
+        if (step > 0) left = left - conj_if<conjugate>(near.val[i]) * previous;
         if constexpr (!Shape.unit()) left = left / conj_if<conjugate>(a.main[i]);
         previous = left;
         y.put(i, left);

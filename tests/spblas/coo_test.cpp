@@ -226,4 +226,13 @@ TEST_P(CooSolves, MeanTheirNames)
     });
 }
 
+// What the others walk over is all there is.
+TEST(CooNames, AreAllWritten)
+{
+    std::size_t count = 0;
+    for (const auto& [product, letter] : groups({"mv", "mm", "sv", "sm"}))
+        count += stems("coo", product, letter).size();
+    EXPECT_EQ(count, 476u);
+}
+
 } // namespace
