@@ -10,6 +10,7 @@
 #include "core/spblas/csr.hpp"
 
 #include <atomic>
+#include <limits>
 
 namespace vrn::spblas::host {
 
@@ -17,24 +18,27 @@ namespace request {
 enum { everything, count, fill };
 }
 
-// Counts of rows, from the second element on, become one-based pointers.
+// Counts of rows become one-based pointers. The row whose end no integer of this width tells, one-based, or 0.
 template <class I>
-void pointers_from_counts(I m, I* ic)
+I pointers_from_counts(I m, I* ic)
 {
-    I next = 1;
+    constexpr std::int64_t most = std::numeric_limits<I>::max();
+    std::int64_t next = 1;
     for (I i = 0; i < m; ++i) {
-        const I here = ic[i];
-        ic[i] = next;
+        const std::int64_t here = ic[i];
+        ic[i] = static_cast<I>(next);
+        if (here > most - next) return i + 1;
         next += here;
     }
-    ic[m] = next;
+    ic[m] = static_cast<I>(next);
+    return 0;
 }
 
-// The rows from the first that ends beyond nzmax entries do not fit: their number, one-based, or 0.
+// The first row that ends beyond nzmax entries, one-based, or 0.
 template <class I>
 I first_row_beyond(I m, const I* ic, I nzmax)
 {
-    const I* const end = std::upper_bound(ic + 1, ic + m + 1, nzmax + 1);
+    const I* const end = std::partition_point(ic + 1, ic + m + 1, [&](I next) { return next - 1 <= nzmax; });
     return end == ic + m + 1 ? 0 : static_cast<I>(end - ic);
 }
 
@@ -58,7 +62,7 @@ void in_row_ranges(const I* ia, I m, std::int64_t work, I asked, I* ic, I nzmax,
     *info = 0;
     if (asked != request::fill) {
         if ((*info = over_rows(m, request::count)) != 0) return;
-        pointers_from_counts(m, ic);
+        if ((*info = pointers_from_counts(m, ic)) != 0) return;
     }
     if (asked == request::count) return;
     I rows = m;
@@ -102,7 +106,7 @@ void csrmultcsr(char op, I asked, I sort, I m, I n, I k, const T* a, const I* ja
         if (*info == -1 && rows_in_order(m, ja, ia))
             kernels<T, I>::multcsr_tr()(&m, &n, &k, &asked, &no_sort, const_cast<T*>(a), const_cast<I*>(ja), ia,
                                         const_cast<T*>(b), const_cast<I*>(jb), ib, c, jc, ic, &nzmax, info);
-        if (*info == 0 && asked == request::count) pointers_from_counts(rows, ic);
+        if (*info == 0 && asked == request::count) *info = pointers_from_counts(rows, ic);
     }
     if (*info == 0 && sort != 0 && asked != request::count) csrsort(rows, c, jc, ic);
 }
@@ -122,7 +126,7 @@ void csradd(char op, I asked, I sort, I m, I n, T* a, I* ja, const I* ia, T beta
         if (m == 0 && asked != request::fill) ic[0] = 1;
     } else {
         kernels<T, I>::mcsradd_tr()(&m, &n, &asked, &sort, a, ja, ia, &beta, b, jb, ib, c, jc, ic, &nzmax, info);
-        if (*info == 0 && asked == request::count) pointers_from_counts(n, ic);
+        if (*info == 0 && asked == request::count) *info = pointers_from_counts(n, ic);
     }
 }
 
