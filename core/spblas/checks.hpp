@@ -6,6 +6,8 @@
 #include "core/spblas/views.hpp"
 #include "core/spblas/work.hpp"
 
+#include <cstring>
+
 namespace vrn::spblas::host {
 
 using blas::at_least_one;
@@ -21,11 +23,10 @@ constexpr char op_of(const char* trans) { return lower_case(*trans); }
 constexpr bool is_general(const char* descr) { return blas::upper(descr[0]) == 'G'; }
 
 // Letters that the class has a use for. `by_rows`: whether dense matrices may lie so.
-template <std::size_t N>
-bool bad_descr(const char* descr, const char (&kinds)[N], bool by_rows)
+[[gnu::noinline]] inline bool bad_descr(const char* descr, const char* kinds, bool by_rows)
 {
-    if (is_not_one_of(descr, kinds)) return true;
     const char kind = blas::upper(descr[0]);
+    if (kind == '\0' || std::strchr(kinds, kind) == nullptr) return true; // a blank folds to the terminator
     if (is_one_of(&kind, "SHTA") && is_not_one_of(descr + 1, "LU")) return true;
     if (is_one_of(&kind, "SHTD") && is_not_one_of(descr + 2, "NU")) return true;
     if (is_not_one_of(descr + 3, "CF")) return true;
@@ -53,8 +54,8 @@ inline constexpr int no_fault = -1;
 
 // Rows of entries or of blocks: places 1, 2, 3 are indx, pntrb, pntre.
 template <class I>
-int fault_of_rows(const I* indx, const I* pntrb, const I* pntre, std::int64_t m, std::int64_t k, std::int64_t base,
-                  bool solve, bool stored_diagonal)
+[[gnu::cold, gnu::noinline]] int fault_of_rows(const I* indx, const I* pntrb, const I* pntre, std::int64_t m,
+                                               std::int64_t k, std::int64_t base, bool solve, bool stored_diagonal)
 {
     for (std::int64_t i = 0; i < m; ++i) {
         if (pntrb[i] < pntrb[0]) return 2;
@@ -78,29 +79,29 @@ bool bad_rows(const I* indx, const I* pntr, std::int64_t m, std::int64_t k, std:
 }
 
 template <class T, class I>
-int fault(const csr_view<T, I>& a, I m, I k, bool solve, const description& d)
+[[gnu::cold]] int fault(const csr_view<T, I>& a, I m, I k, bool solve, const description& d)
 {
     return fault_of_rows(a.indx, a.pntrb, a.pntre, m, k, d.base, solve, !d.unit());
 }
 template <class T, class I>
-int fault(const csc_view<T, I>& a, I m, I k, bool solve, const description& d)
+[[gnu::cold]] int fault(const csc_view<T, I>& a, I m, I k, bool solve, const description& d)
 {
     return fault_of_rows(a.indx, a.pntrb, a.pntre, k, m, d.base, solve, !d.unit());
 }
 template <class T, class I>
-int fault(const bsr_view<T, I>& a, I mb, I kb, bool solve, const description& d)
+[[gnu::cold]] int fault(const bsr_view<T, I>& a, I mb, I kb, bool solve, const description& d)
 {
     return fault_of_rows(a.indx, a.pntrb, a.pntre, mb, kb, d.base, solve, !d.unit());
 }
 template <class T, class I>
-int fault(const bsc_view<T, I>& a, I mb, I kb, bool solve, const description& d)
+[[gnu::cold]] int fault(const bsc_view<T, I>& a, I mb, I kb, bool solve, const description& d)
 {
     return fault_of_rows(a.indx, a.pntrb, a.pntre, kb, mb, d.base, solve, !d.unit());
 }
 
 // Without memory for a note on each row the diagonal is taken on trust.
 template <class T, class I>
-int fault(const coo_view<T, I>& a, I m, I k, bool solve, const description& d)
+[[gnu::cold]] int fault(const coo_view<T, I>& a, I m, I k, bool solve, const description& d)
 {
     const bool counts = solve && !d.unit();
     const workspace<char> found(counts ? std::int64_t{m} : 0);
@@ -116,7 +117,7 @@ int fault(const coo_view<T, I>& a, I m, I k, bool solve, const description& d)
 }
 
 template <class T, class I>
-int fault(const dia_view<T, I>& a, I m, I k, bool solve, const description& d)
+[[gnu::cold]] int fault(const dia_view<T, I>& a, I m, I k, bool solve, const description& d)
 {
     bool main = false;
     for (I j = 0; j < *a.ndiag; ++j) {
@@ -129,7 +130,7 @@ int fault(const dia_view<T, I>& a, I m, I k, bool solve, const description& d)
 }
 
 template <class T, class I>
-int fault(const sky_view<T, I>& a, I m, I, bool, const description&)
+[[gnu::cold]] int fault(const sky_view<T, I>& a, I m, I, bool, const description&)
 {
     for (std::int64_t i = 0; i < m; ++i) {
         const std::int64_t height = std::int64_t{a.pntr[i + 1]} - a.pntr[i];

@@ -17,7 +17,7 @@
 namespace vrn::spblas::host {
 
 // One bad argument: told with its place in the list, and the entry returns having written nothing.
-inline void report(const char* routine, std::int64_t argument)
+[[gnu::cold, gnu::noinline]] inline void report(const char* routine, std::int64_t argument)
 {
     vrn_serv_xerbla(routine, &argument, static_cast<std::int64_t>(std::strlen(routine)));
 }

@@ -75,7 +75,7 @@ inline constexpr bool is_complex = !std::is_floating_point_v<T>;
 // The letters, which have been checked. A real Hermitian matrix is symmetric. Letters that a class has no use for are
 // not read; without a fifth letter the base decides how dense matrices lie.
 template <class T>
-description describe(const char* descr)
+[[gnu::noinline]] description describe(const char* descr)
 {
     const char kind = lower_case(descr[0]) == 'h' && !is_complex<T> ? 's' : lower_case(descr[0]);
     const bool sided = kind != 'g' && kind != 'd', told = kind != 'g' && kind != 'a';

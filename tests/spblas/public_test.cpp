@@ -336,6 +336,7 @@ const bad_case bad_cases[] = {
     {"bsr", "mv mm", "kb", 3, -1, false, "TLN"},
     {"bsr", "mv mm sv sm", "lb", 0},
     {"csr csc coo dia bsr sky", "mv mm sv sm", "descr", 'X', 0},
+    {"csr csc coo dia bsr sky", "mv mm sv sm", "descr", ' ', 0},
     {"csr csc coo dia bsr sky", "mv mm sv sm", "descr", 'X', 1, false, "TLN"},
     {"csr csc coo dia bsr sky", "mv mm sv sm", "descr", 'X', 2, false, "TLN"},
     {"csr csc coo dia bsr sky", "mv mm sv sm", "descr", '0', 3},
