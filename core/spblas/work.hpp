@@ -182,11 +182,15 @@ class conjugate_copy {
     const bool good;
 };
 
-// Runs solve(first, last) on columns from..to in one-based numbers, C := alpha*B in them before.
+// Runs solve(first, last) on columns from..to in one-based numbers, C := alpha*B in them before. A short row of A
+// waits for the rows before it, however few columns share the wait: by rows, half of eight columns took as long as
+// all with 5 entries a row, and three quarters of it with 75.
 template <class T, class I, class Solve>
 void solve_columns(bool by_rows, I m, I n, std::int64_t work, T alpha, const T* b, I ldb, T* c, I ldc, Solve&& solve)
 {
-    threads::run(threads_for(work * n, n), [&](int part, int parts) {
+    constexpr std::int64_t strip = 8, long_row = 16;
+    const std::int64_t pieces = by_rows && work < long_row * m ? n / strip : n;
+    threads::run(threads_for(work * n, pieces), [&](int part, int parts) {
         const auto [from, to] = columns_of(n, by_rows, part, parts);
         if (from >= to) return;
         copy_scaled(by_rows, m, static_cast<I>(to - from), alpha, from_column(by_rows, from, b, ldb), ldb,
