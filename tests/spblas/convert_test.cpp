@@ -73,9 +73,9 @@ struct Convert : testing::Test {
 TYPED_TEST_SUITE(Convert, NumbersAndWidths);
 
 #define VRN_TYPES                                                                                                    \
-    using T = typename TestFixture::T;                                                                               \
+    using T [[maybe_unused]] = typename TestFixture::T;                                                                               \
     using I = typename TestFixture::I;                                                                               \
-    I& info = this->info
+    [[maybe_unused]] I& info = this->info
 
 TYPED_TEST(Convert, Coo)
 {
@@ -141,7 +141,7 @@ TYPED_TEST(Convert, Coo)
             EXPECT_EQ(got.ja, s.empty(s.base).ja);
             back(1, count, 2, got, rows, cols, values);
             EXPECT_TRUE(got == s) << "the rest, rows in order";
-            if (count == 0) continue;
+            if (count < 2) continue;
             got = s.empty(s.base);
             back(1, count - 1, 0, got, rows, cols, values);
             EXPECT_EQ(info, 1);
@@ -395,6 +395,7 @@ TYPED_TEST(Convert, Dense)
                     convert(s);
                     EXPECT_EQ(info, row + 1);
                 }
+                convert(narrow);
                 auto back = narrow.empty(1);
                 job[0] = 5, info = 77;
                 convert(back);
