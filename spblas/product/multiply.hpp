@@ -60,12 +60,13 @@ struct growing_row {
 template <class I>
 [[gnu::always_inline]] inline I file_columns(const I* jb, I k, I end, I* marker, I* list, I count)
 {
-    // A column is written wherever it may belong and the count says whether it stays: no branch to mispredict.
+    // A branch, and not a count that steps by the mark: stores behind a count that loads decide hold up the next loads
+    // of marks, which are often what has just been stored.
     for (; k < end; ++k) {
         const I j = jb[k];
-        list[count] = j;
-        count += marker[j] == 0;
+        if (marker[j] != 0) continue;
         marker[j] = 1;
+        list[count++] = j;
     }
     return count;
 }
