@@ -29,7 +29,9 @@ void csr_to_coo(const I* job, I m, const T* acsr, const I* ja, const I* ia, I* n
         std::memcpy(static_cast<void*>(acoo), acsr, static_cast<std::size_t>(count) * sizeof(T));
     if (arrays >= 2) {
         const I shift = job[2] - job[1];
-        for (I k = 0; k < count; ++k) colind[k] = ja[k] + shift;
+        if (shift == 0 && count > 0) std::memcpy(colind, ja, static_cast<std::size_t>(count) * sizeof(I));
+        else
+            for (I k = 0; k < count; ++k) colind[k] = ja[k] + shift;
     }
     for (I i = 0; i < m; ++i)
         for (I k = ia[i] - ia[0], end = ia[i + 1] - ia[0]; k < end; ++k) rowind[k] = i + job[2];
