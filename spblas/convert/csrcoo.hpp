@@ -33,8 +33,8 @@ void csr_to_coo(const I* job, I m, const T* acsr, const I* ja, const I* ia, I* n
         else
             for (I k = 0; k < count; ++k) colind[k] = ja[k] + shift;
     }
-    for (I i = 0; i < m; ++i)
-        for (I k = ia[i] - ia[0], end = ia[i + 1] - ia[0]; k < end; ++k) rowind[k] = i + job[2];
+    for (I i = 0, k = 0, origin = ia[0], base = job[2]; i < m; ++i)
+        for (const I end = ia[i + 1] - origin; k < end; ++k) rowind[k] = i + base;
 }
 
 template <class T, class I>
