@@ -58,24 +58,24 @@ struct rows_taken {
     }
     // A few rows of a matrix by columns at once, so that each of its lines is read twice and not once a row: first
     // counted, then stored.
-    static constexpr I together = 8;
+    static constexpr I together = 16; // two lines of the cache for a double
     I by_columns(I from, I to)
     {
         const I base = job[2], first = part.from(from), end = part.to(to - 1), rows = to - from;
         I next[together]{};
+        // f(r, j, element) for the rows of each column that the selection takes.
         auto over = [&](auto&& f) {
             for (I j = first; j < end; ++j) {
                 const T* column = adns + from + j * col_step;
-                auto take = [&](I r) __attribute__((always_inline))
-                {
-                    if (!(column[r] == T{}) && j >= part.from(from + r) && j < part.to(from + r)) f(r, j, column[r]);
-                };
-                if (rows == together) simd::unroll<together>([&](auto r) { take(r); });
+                const I above = part.which == 0 ? j - from : 0, below = part.which == 1 ? j - from + 1 : rows;
+                const I r0 = above > 0 ? above : 0, r1 = below < rows ? below : rows;
+                if (r1 - r0 == together)
+                    simd::unroll<together>([&](auto r) __attribute__((always_inline)) { f(r, j, column[r]); });
                 else
-                    for (I r = 0; r < rows; ++r) take(r);
+                    for (I r = r0; r < r1; ++r) f(r, j, column[r]);
             }
         };
-        over([&](I r, I, T) { ++next[r]; });
+        over([&](I r, I, T value) { next[r] += !(value == T{}); });
         I total = count;
         for (I r = 0; r < rows; ++r) total += next[r];
         if (job[5] != 0 && total > job[4]) return one_by_one(from, to);
@@ -84,7 +84,10 @@ struct rows_taken {
             next[r] = count, count += size;
             ia[from + r + 1] = count + base;
         }
-        if (job[5] != 0) over([&](I r, I j, T value) { acsr[next[r]] = value, ja[next[r]++] = j + base; });
+        if (job[5] != 0)
+            over([&](I r, I j, T value) {
+                if (!(value == T{})) acsr[next[r]] = value, ja[next[r]++] = j + base;
+            });
         return -1;
     }
 };
