@@ -56,10 +56,15 @@ struct column_plan {
 template <int N, bool Conjugate, class T, class I>
 [[gnu::always_inline]] inline void mm_columns_of(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to,
                                                  I base, T alpha, const T* x, std::ptrdiff_t ldb, T* y,
-                                                 std::ptrdiff_t ldc, T beta)
+                                                 std::ptrdiff_t ldc, T beta, bool far = false)
 {
     for (std::ptrdiff_t i = from; i < to; ++i) {
-        const auto sums = dots<column_row<T>, N>(a[i], x, ldb, as_stored<Conjugate>{});
+        if (far && i + 1 < to) {
+            const row<T, I> r = a[i + 1];
+            for (std::ptrdiff_t k = 0; k < r.size; ++k)
+                _mm_prefetch(reinterpret_cast<const char*>(x + r.indx[k]), _MM_HINT_T0);
+        }
+        const auto sums = dots<column_row<T>, N>(a.next(i), x, ldb, as_stored<Conjugate>{});
         simd::unroll<N>([&](auto j) {
             T& element = y[i + base + j * ldc];
             element = beta == T{} ? alpha * sums.e[j] : beta * element + alpha * sums.e[j];
@@ -77,14 +82,19 @@ template <bool Conjugate, class T, class I>
     if (plan.order != nest::rows_outer) {
         const bool blocked = plan.order == nest::blocked;
         const std::ptrdiff_t count = blocked ? plan.count : 1;
+        const bool far = reaches_far(a, 0, m, 4 * std::ptrdiff_t{sizeof(T)});
         for (std::ptrdiff_t block = 0; block < count; ++block) {
             const std::ptrdiff_t begin = block * plan.rows;
             const std::ptrdiff_t end = block + 1 == count ? m : begin + plan.rows;
             std::ptrdiff_t j = from;
-            for (; j + 4 <= to; j += 4)
-                mm_columns_of<4, Conjugate>(a, begin, end, base, alpha, b + j * ldb, ldb, c + j * ldc, ldc, beta);
+            // Four columns share the loads of the entries. Where a row's columns are far apart, one column of B may
+            // fit the cache and four not: that costs more than it saves.
+            if (!far)
+                for (; j + 4 <= to; j += 4)
+                    mm_columns_of<4, Conjugate>(a, begin, end, base, alpha, b + j * ldb, ldb, c + j * ldc, ldc, beta);
             for (; j < to; ++j)
-                mm_columns_of<1, Conjugate>(a, begin, end, base, alpha, b + j * ldb, ldb, c + j * ldc, ldc, beta);
+                mm_columns_of<1, Conjugate>(a, begin, end, base, alpha, b + j * ldb, ldb, c + j * ldc, ldc, beta,
+                                            far);
         }
         return;
     }
@@ -157,9 +167,13 @@ mm_columns_scattered(matrix<T, I> a, std::ptrdiff_t from, std::ptrdiff_t to, std
     for (std::ptrdiff_t j = from; j < to; ++j) {
         const T* x = b + j * ldb;
         T* y = c + j * ldc;
-        scale(vector<T>{y}, base, base + rows, beta);
-        if constexpr (Shape.two_sided()) two_sided<Shape>(a, 0, m, base, alpha, x, y);
-        else scatter<Shape>(a, 0, m, base, alpha, vector<const T>{x}, vector<T>{y});
+        if constexpr (Shape.two_sided()) {
+            scale_before<Shape>(0, m, rows, base, y, beta);
+            two_sided<Shape>(a, 0, m, base, alpha, x, y, beta);
+        } else {
+            scale(vector<T>{y}, base, base + rows, beta);
+            scatter<Shape>(a, 0, m, base, alpha, vector<const T>{x}, vector<T>{y});
+        }
     }
 }
 

@@ -59,20 +59,40 @@ constexpr int held_vectors(int width)
     return vectors / parts;
 }
 
+// The rows of B that row i of A will want: `width` elements each.
+template <class T, class I>
+[[gnu::always_inline]] inline void ask_for(const row<T, I>& r, const T* b, std::ptrdiff_t ldb, std::ptrdiff_t width)
+{
+    for (std::ptrdiff_t k = 0; k < r.size; ++k)
+        for (std::ptrdiff_t j = 0; j < width; j += 64 / std::ptrdiff_t{sizeof(T)})
+            _mm_prefetch(reinterpret_cast<const char*>(b + r.indx[k] * ldb + j), _MM_HINT_T0);
+}
+
+// Runs f(i, row) over rows; where they reach far into B, what the next row wants is on its way meanwhile.
+template <class T, class I, class F>
+[[gnu::always_inline]] inline void over_rows(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to,
+                                             const T* b, std::ptrdiff_t ldb, std::ptrdiff_t width, F&& f)
+{
+    const bool far = reaches_far(a, from, to, width * std::ptrdiff_t{sizeof(T)});
+    for (std::ptrdiff_t i = from; i < to; ++i) {
+        if (far && i + 1 < to) ask_for(a[i + 1], b, ldb, width);
+        f(i, a.next(i));
+    }
+}
+
 template <bool Conjugate, int Width, class T, class I>
 [[gnu::noinline, gnu::flatten]] void mm_rows_fixed(matrix<T, I> a, std::ptrdiff_t from, std::ptrdiff_t to, I base,
                                                    T alpha, const T* b, std::ptrdiff_t ldb, T* c, std::ptrdiff_t ldc,
                                                    T beta)
 {
     constexpr int vectors = held_vectors<T>(Width), part = vectors * per_vec<T>;
-    for (std::ptrdiff_t i = from; i < to; ++i) {
-        const row<T, I> r = a[i];
+    over_rows(a, from, to, b, ldb, Width, [&](std::ptrdiff_t i, const row<T, I>& r) {
         simd::unroll<Width / part>([&](auto p) {
             const strip<T, vectors> y{c + p * part, ldc};
             y.put(i + base, accumulated<Conjugate>(r, alpha, strip<const T, vectors>{b + p * part, ldb},
                                                    begun(y, i + base, beta)));
         });
-    }
+    });
 }
 
 template <bool Conjugate, class T, class I>
@@ -80,12 +100,11 @@ template <bool Conjugate, class T, class I>
                                                  std::ptrdiff_t n, I base, T alpha, const T* b, std::ptrdiff_t ldb,
                                                  T* c, std::ptrdiff_t ldc, T beta)
 {
-    for (std::ptrdiff_t i = from; i < to; ++i) {
-        const row<T, I> r = a[i];
+    over_rows(a, from, to, b, ldb, n, [&](std::ptrdiff_t i, const row<T, I>& r) {
         over_strips<sum_strip>(0, n, b, ldb, c, ldc, [&](auto x, auto y) {
             y.put(i + base, accumulated<Conjugate>(r, alpha, x, begun(y, i + base, beta)));
         });
-    }
+    });
 }
 
 template <bool Conjugate, class T, class I>

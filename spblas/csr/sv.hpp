@@ -28,7 +28,7 @@ template <tag Shape, class T, class I>
     constexpr bool conjugate = Shape.conjugates();
     T previous{};
     for (std::ptrdiff_t i = 0; i < m; ++i) {
-        const row<T, I> r = a[i];
+        const row<T, I> r = a.next(i);
         const I self = static_cast<I>(i + base);
         const std::ptrdiff_t end = below(r, self);
         T sum{};
@@ -55,7 +55,7 @@ template <tag Shape, class T, class I>
     constexpr bool conjugate = Shape.conjugates();
     T previous{};
     for (std::ptrdiff_t i = m - 1; i >= 0; --i) {
-        const row<T, I> r = a[i];
+        const row<T, I> r = a.template next<-1>(i);
         const I self = static_cast<I>(i + base);
         const triangle_part p = part_of<Shape>(r, self);
         const row<T, I> rest{r.val + p.begin, r.indx + p.begin, p.end - p.begin};
@@ -79,7 +79,7 @@ template <tag Shape, class T, class I>
 [[gnu::always_inline]] inline void sv_scatter(const matrix<T, I>& a, std::ptrdiff_t i, I base, T* y)
 {
     constexpr bool conjugate = Shape.conjugates();
-    const row<T, I> r = a[i];
+    const row<T, I> r = a.template next < Shape.lower() ? -1 : 1 > (i);
     const I self = static_cast<I>(i + base);
     const triangle_part p = part_of<Shape>(r, self);
     if constexpr (!Shape.unit()) y[self] = y[self] / conj_if<conjugate>(r.val[p.diagonal]);

@@ -1,5 +1,7 @@
 // spblas/csr/two_sided.hpp - symmetric, Hermitian and antisymmetric products from one triangle: an entry serves its
-// own row by a sum and the row of its column by a scatter. y has been scaled by beta before.
+// own row by a sum and the row of its column by a scatter.
+//
+// y = beta*y goes before: scale_before() and, in lower triangles, the walk itself.
 //
 //     single pass       symmetric and Hermitian with a stored diagonal: entries of the other triangle are passed over
 //     dot and correct   unit diagonal and antisymmetric: the sum runs over the whole row, and what does not belong
@@ -42,36 +44,58 @@ T signed_alpha(T alpha)
     else return alpha;
 }
 
+// What of y = beta*y over `rows` elements has to be done before the walk over rows from..to-1. In a lower triangle an
+// element is met by its own row first, which scales it then: that saves a pass over y.
+template <tag Shape, class T>
+[[gnu::always_inline]] inline void scale_before(std::ptrdiff_t from, std::ptrdiff_t to, std::ptrdiff_t rows,
+                                                std::ptrdiff_t base, T* y, T beta)
+{
+    if constexpr (Shape.lower()) {
+        scale(vector<T>{y}, base, base + from, beta);
+        scale(vector<T>{y}, base + to, base + rows, beta);
+    } else scale(vector<T>{y}, base, base + rows, beta);
+}
+
 template <tag Shape, class T, class I>
 [[gnu::always_inline]] inline void two_sided(const matrix<T, I>& a, std::ptrdiff_t from, std::ptrdiff_t to, I base,
-                                             T alpha, const T* x, T* y)
+                                             T alpha, const T* x, T* y, T beta)
 {
     alpha = signed_alpha<Shape>(alpha);
     constexpr bool corrects = Shape.unit() || Shape.is('a');
     for (std::ptrdiff_t i = from; i < to; ++i) {
-        const row<T, I> r = a[i];
+        const row<T, I> r = a.next(i);
         const I self = static_cast<I>(i + base);
         const T t = alpha * x[self];
+        // No entry of the row scatters to the row itself, so that its element is written once, at the end.
+        auto element = [&] { return !Shape.lower() ? y[self] : beta == T{} ? T{} : beta * y[self]; };
         if constexpr (corrects) {
-            y[self] = y[self] + alpha * dot<masked_row<T>>(r, x, as_stored<conjugates_own<Shape>>{});
+            const T whole = alpha * dot<masked_row<T>>(r, x, as_stored<conjugates_own<Shape>>{});
             T outside{};
             for (std::ptrdiff_t k = 0; k < r.size; ++k) {
                 const I col = r.indx[k];
                 if (inside<Shape.lower()>(col, self)) y[col] = y[col] + t * mirrored<Shape>(r.val[k]);
                 else outside = outside + alpha * own<Shape>(r.val[k]) * x[col];
             }
-            y[self] = y[self] - outside;
-            if constexpr (Shape.unit()) y[self] = y[self] + t;
+            T mine = element() + whole;
+            mine = mine - outside;
+            if constexpr (Shape.unit()) mine = mine + t;
+            y[self] = mine;
         } else {
+            // A sorted row is one run in the wanted triangle, and a diagonal.
             T sum{};
-            for (std::ptrdiff_t k = 0; k < r.size; ++k) {
-                const I col = r.indx[k];
-                if (inside<Shape.lower()>(col, self)) {
-                    sum = sum + own<Shape>(r.val[k]) * x[col];
-                    y[col] = y[col] + t * mirrored<Shape>(r.val[k]);
-                } else if (col == self) sum = sum + on_diagonal<Shape>(r.val[k]) * x[col];
+            const std::ptrdiff_t size = r.size;
+            for (std::ptrdiff_t k = 0; k < size; ++k) {
+                I col = r.indx[k];
+                while (inside<Shape.lower()>(col, self)) {
+                    const T v = r.val[k];
+                    sum = sum + own<Shape>(v) * x[col];
+                    y[col] = y[col] + t * mirrored<Shape>(v);
+                    if (++k == size) break;
+                    col = r.indx[k];
+                }
+                if (col == self) sum = sum + on_diagonal<Shape>(r.val[k]) * x[self];
             }
-            y[self] = y[self] + alpha * sum;
+            y[self] = element() + alpha * sum;
         }
     }
 }

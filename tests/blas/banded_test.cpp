@@ -39,17 +39,17 @@ TYPED_TEST(Banded, General)
         int64_t m, n;
     };
     // Nothing, one, wide, tall, square; bands cut at one edge, at both, and not at all.
-    for (const auto [m, n] : {size{0, 3}, {3, 0}, {1, 1}, {2, 9}, {9, 2}, {5, 30}, {30, 5}, {21, 22}, {43, 41}})
+    for (const size& s : {size{0, 3}, {3, 0}, {1, 1}, {2, 9}, {9, 2}, {5, 30}, {30, 5}, {21, 22}, {43, 41}})
         for (const int64_t kl : widths)
             for (const int64_t ku : widths)
                 for (const char trans : {'N', 'T', 'C'})
                     for (const auto& v : variants) {
-                        const stored<E> a(kind::general, m, n, kl, ku, kl + ku + 1 + (v.offset ? 0 : 3), 1);
+                        const stored<E> a(kind::general, s.m, s.n, kl, ku, kl + ku + 1 + (v.offset ? 0 : 3), 1);
                         const char given = v.offset ? trans : static_cast<char>(trans + 32);
                         hold_product(a, trans, v, false, [&](auto A, auto x, auto y, auto alpha, auto beta) {
-                            gbmv(&given, &m, &n, &kl, &ku, alpha, A, &a.lda, x, &v.incx, beta, y, &v.incy);
+                            gbmv(&given, &s.m, &s.n, &kl, &ku, alpha, A, &a.lda, x, &v.incx, beta, y, &v.incy);
                         });
-                        if (failed([&] { return tell('g', trans, m, n, kl, ku, v); })) return;
+                        if (failed([&] { return tell('g', trans, s.m, s.n, kl, ku, v); })) return;
                     }
 }
 
@@ -97,22 +97,23 @@ TYPED_TEST(Banded, Triangular)
         sizes.push_back(s);
     for (const bool solve : {false, true}) {
         auto* f = kernel<F>(routine<E>(solve ? "tbsv" : "tbmv", solve ? "tbsv" : "tbmv"));
-        for (const auto [n, k] : sizes)
+        for (const size& s : sizes)
             for (const char uplo : {'U', 'l'})
                 for (const char trans : {'N', 'T', 'C'})
                     for (const char diag : {'N', 'u'})
                         for (const auto& v : variants) {
                             if (v.alpha == 0 || v.beta == 0) continue;
-                            if (n > 500 && (&v != variants || diag == 'u' || trans == 'T')) continue;
+                            if (s.n > 500 && (&v != variants || diag == 'u' || trans == 'T')) continue;
                             const bool upper = uplo == 'U';
-                            stored<E> a(kind::triangular, n, n, upper ? 0 : k, upper ? k : 0, k + 1 + v.offset, 1);
+                            stored<E> a(kind::triangular, s.n, s.n, upper ? 0 : s.k, upper ? s.k : 0,
+                                        s.k + 1 + v.offset, 1);
                             a.unit = diag == 'u';
                             if (a.unit) // keeps solutions with ones on the diagonal from growing
-                                for (E& e : a.values) e = e / part_t<E>(2 * k + 2);
+                                for (E& e : a.values) e = e / part_t<E>(2 * s.k + 2);
                             hold_triangle(a, trans, solve, v, [&](auto A, auto x) {
-                                f(&uplo, &trans, &diag, &n, &k, A, &a.lda, x, &v.incx);
+                                f(&uplo, &trans, &diag, &s.n, &s.k, A, &a.lda, x, &v.incx);
                             });
-                            if (failed([&] { return tell(uplo, trans, n, n, a.kl, a.ku, v); })) return;
+                            if (failed([&] { return tell(uplo, trans, s.n, s.n, a.kl, a.ku, v); })) return;
                         }
     }
 }
