@@ -1,7 +1,6 @@
 // spblas/bsr/block.hpp - a small block times a few elements of x, with everything in registers.
 //
-// The LB*LB elements of a block are taken as they lie in memory, a vector at a time, whatever rows meet in one
-// vector:
+// The LB*LB elements of a block are taken as they lie in memory, a vector at a time, whatever rows meet in it:
 //
 //     LB 3, by rows, double      m00 m01 | m02 m10 | m11 m12 | m20 m21 | m22     val, no lane is idle
 //                                x0  x1    x2  x0    x1  x2    x0  x1    x2      what they are multiplied by

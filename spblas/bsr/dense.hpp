@@ -2,9 +2,10 @@
 //
 //     general        op none: a block row of C is held in registers while its blocks pass
 //                    else: every block transposed onto the rows that its column names
-//     skew           blocks below the diagonal and their negative mirror image; of diagonal blocks the strict
-//     triangle diag           the diagonal blocks tr             one triangle, or its transpose; its diagonal as
-//     stored or one sym, her       one triangle and its mirror image, which her conjugates
+//     skew           blocks below the diagonal and their negative mirror image, the diagonal left out
+//     diag           the diagonal blocks
+//     tr             one triangle, or its transpose; its diagonal as stored or one
+//     sym, her       one triangle and its mirror image, which her conjugates
 //
 // The vectors lie across the columns of C: neighbours by rows, and gathered from pairs of columns by columns, so that
 // an element of A serves several columns in both layouts. Sides 2 and 3 have own bodies. Called by name through the

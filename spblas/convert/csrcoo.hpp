@@ -3,9 +3,9 @@
 //     job[0]  0 CSR to COO, 1 COO to CSR, 2 the same with rows sorted at the end
 //     job[1], job[2]  base of the CSR and of the COO arrays
 //     job[4]  capacity: to COO of all entries, to CSR where job[5] is 0
-//     job[5]  to COO: 1 rowind, 2 colind too, 3 values too. To CSR: 1 ia alone; 2 ja and acsr alone, entry k of COO
-//     as
-//             entry k of CSR (its arrays may be the same ones); else all, and 0 tests the capacity
+//     job[5]  to COO: 1 rowind, 2 colind too, 3 values too
+//             to CSR: 1 ia alone; 2 ja and acsr alone, entry k of COO as entry k of CSR (the arrays may be the same
+//             ones); else all, and 0 tests the capacity
 //     info    1 the capacity does not suffice, 2 unknown job[5] to COO, else 0
 //
 // Both directions are one pass over the entries beside a counting pass; entries of a row keep their order. Called by

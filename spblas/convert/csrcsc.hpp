@@ -4,9 +4,10 @@
 //     job[1], job[2]  base of the source and of the target
 //     job[5]  0 the pattern alone
 //
-// Counts columns, sums, scatters row by row (Gustavson 1978), so that target lines come out
-// sorted whether the source's are or not. Dimensions, bases and counters are 32 bits wide in both sets: more is not
-// supported here. Called by name through the generated exports.
+// Counts columns, sums, scatters row by row (Gustavson 1978), so that target lines come out sorted whether the
+// source's are or not. Dimensions, bases and counters are 32 bits wide in both sets: more is not supported here.
+// Called by name through the generated exports, and by products over a transposed copy, which count in their own
+// width.
 #pragma once
 
 #include "spblas/arguments.hpp"

@@ -32,6 +32,8 @@ List<T, I>* named(std::string stem)
     return kernel<List<T, I>>((sizeof(I) == 8 ? "vrn_spblas_s42_" : "vrn_spblas_lp64_s42_") + stem);
 }
 
+constexpr std::size_t ix(std::int64_t i) { return static_cast<std::size_t>(i); }
+
 template <class A, class B>
 struct pair_of {
     using T = A;
@@ -59,6 +61,51 @@ T small_number(std::mt19937_64& random)
         const float re = n();
         return T(re, n() + 9);
     } else return T(n() == 0 ? 9 : n() + 20);
+}
+
+// What f(I{}, result) makes of `before` in 64-bit integers, and that 32-bit ones give the same bits.
+template <class T, class F>
+dense<T> in_both_widths(const dense<T>& before, F&& f)
+{
+    dense<T> wide = before, narrow = before;
+    f(std::int64_t{}, wide);
+    f(std::int32_t{}, narrow);
+    EXPECT_TRUE(wide.same_bits(narrow)) << "widths differ";
+    return wide;
+}
+
+// Rows r0..r1-1 of y against before + alpha*A*x, or A*x alone where it is not kept, and nothing else written.
+template <class T>
+void expect_product(oracle::meaning w, const std::vector<oracle::entry<T>>& a, T alpha, const dense<T>& x, bool keeps,
+                    const dense<T>& before, const dense<T>& y, std::int64_t r0, std::int64_t r1)
+{
+    const auto meant = oracle::defined(w, a, 0, std::max(x.rows, y.rows));
+    double worst = 0;
+    for (std::int64_t c = 0; c < y.cols; ++c) {
+        const oracle::products<T> want(meant, meant, alpha, &x.at(0, c), x.row_step, T(keeps ? 1 : 0),
+                                       &before.at(0, c), before.row_step, y.rows);
+        for (std::int64_t r = r0; r < r1; ++r) worst = std::max(worst, want.units(r, y.at(r, c)));
+    }
+    EXPECT_LE(worst, is_complex<T> ? 2 : 1) << "far from the definition";
+    EXPECT_TRUE(y.unchanged_outside(before, r0, r1, 0, y.cols)) << "written outside";
+}
+
+// op(A)*x meets the right-hand side within the rounding of that very sum: substitution is backward stable row by row
+// (Higham 2002, ch. 8).
+template <class T>
+void expect_solution(oracle::meaning w, const std::vector<oracle::entry<T>>& a, const dense<T>& x,
+                     const dense<T>& right)
+{
+    const auto meant = oracle::defined(w, a, 0, x.rows);
+    const oracle::products<T> residual(meant, meant, T(1), x.data(), 1, T{}, nullptr, 0, x.rows);
+    for (std::int64_t r = 0; r < x.rows; ++r) {
+        const oracle::wide<T> wanted = right.at(r, 0), error = std::abs(residual.exact[ix(r)] - wanted);
+        EXPECT_LE(
+            oracle::error_units(T{}, error, residual.gauge[ix(r)] + std::abs(wanted), residual.terms[ix(r)] + 4),
+            is_complex<T> ? 4 : 2)
+            << r;
+    }
+    EXPECT_TRUE(x.unchanged_outside(right, 0, x.rows, 0, 1)) << "written outside";
 }
 
 } // namespace vrn::test

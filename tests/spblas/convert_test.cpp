@@ -21,7 +21,7 @@ struct Convert : testing::Test {
         I m, base;
         std::vector<I> ia, ja;
         std::vector<T> a;
-        std::size_t count() const { return static_cast<std::size_t>(ia.back() - ia[0]); }
+        std::size_t count() const { return ix(ia.back() - ia[0]); }
         csr empty(I new_base) const
         {
             return {m, new_base, std::vector<I>(ia.size(), -3), std::vector<I>(ja.size() + 2, -3),
@@ -50,19 +50,14 @@ struct Convert : testing::Test {
     }
     static std::vector<T> dense_of(const csr& s, std::int64_t ld, bool by_rows, T fill = {})
     {
-        std::vector<T> d(static_cast<std::size_t>(ld * s.m), fill);
+        std::vector<T> d(ix(ld * s.m), fill);
         for (std::int64_t i = 0; i < s.m; ++i)
-            for (auto k = s.ia[static_cast<std::size_t>(i)]; k < s.ia[static_cast<std::size_t>(i + 1)]; ++k) {
-                const auto at = static_cast<std::size_t>(k - s.base);
+            for (auto k = s.ia[ix(i)]; k < s.ia[ix(i + 1)]; ++k) {
+                const auto at = ix(k - s.base);
                 const std::int64_t j = s.ja[at] - s.base;
-                d[static_cast<std::size_t>(by_rows ? i * ld + j : i + j * ld)] = s.a[at];
+                d[ix(by_rows ? i * ld + j : i + j * ld)] = s.a[at];
             }
         return d;
-    }
-    template <template <class, class> class List>
-    static List<T, I>* call(const char* name)
-    {
-        return named<List, T, I>(name);
     }
     void TearDown() override
     {
@@ -73,14 +68,14 @@ struct Convert : testing::Test {
 TYPED_TEST_SUITE(Convert, NumbersAndWidths);
 
 #define VRN_TYPES                                                                                                    \
-    using T [[maybe_unused]] = typename TestFixture::T;                                                                               \
+    using T [[maybe_unused]] = typename TestFixture::T;                                                              \
     using I = typename TestFixture::I;                                                                               \
     [[maybe_unused]] I& info = this->info
 
 TYPED_TEST(Convert, Coo)
 {
     VRN_TYPES;
-    auto* f = this->template call<arguments::csrcoo>("vrn_?csrcoo");
+    auto* f = named<arguments::csrcoo, T, I>("vrn_?csrcoo");
     for (const I m : {0, 1, 17})
         for (const I bases : {0, 1, 10, 11}) {
             auto s = this->sample(m, bases % 10);
@@ -108,8 +103,8 @@ TYPED_TEST(Convert, Coo)
             EXPECT_EQ(info, 0);
             EXPECT_EQ(nnz, count);
             for (I i = 0, k = 0; i < m; ++i)
-                for (; k < s.ia[static_cast<std::size_t>(i + 1)] - s.base; ++k) {
-                    const auto at = static_cast<std::size_t>(k);
+                for (; k < s.ia[ix(i + 1)] - s.base; ++k) {
+                    const auto at = ix(k);
                     EXPECT_EQ(rows[at], i + coo_base);
                     EXPECT_EQ(cols[at], s.ja[at] - s.base + coo_base);
                     EXPECT_EQ(values[at], s.a[at]);
@@ -155,7 +150,7 @@ TYPED_TEST(Convert, Coo)
 TYPED_TEST(Convert, Csc)
 {
     VRN_TYPES;
-    auto* f = this->template call<arguments::csrcsc>("vrn_?csrcsc");
+    auto* f = named<arguments::csrcsc, T, I>("vrn_?csrcsc");
     for (const I m : {0, 1, 19})
         for (const I to : {0, 1}) {
             auto s = this->sample(m, 1 - to, 'a', true), t = s.empty(to), back = s.empty(s.base);
@@ -168,7 +163,7 @@ TYPED_TEST(Convert, Csc)
             EXPECT_EQ(this->dense_of(s, m, true), this->dense_of(t, m, false));
             job[0] = 1, job[1] = to, job[2] = s.base;
             f(job, &m, back.a.data(), back.ja.data(), back.ia.data(), t.a.data(), t.ja.data(), t.ia.data(), &info);
-            this->template call<arguments::sortrow>("?sortrow")(&this->one, &m, s.ia.data(), s.ja.data(), s.a.data());
+            named<arguments::sortrow, T, I>("?sortrow")(&this->one, &m, s.ia.data(), s.ja.data(), s.a.data());
             EXPECT_TRUE(back == s) << "there and back sorts";
         }
 }
@@ -176,7 +171,7 @@ TYPED_TEST(Convert, Csc)
 TYPED_TEST(Convert, Dia)
 {
     VRN_TYPES;
-    auto* f = this->template call<arguments::csrdia>("vrn_?csrdia");
+    auto* f = named<arguments::csrdia, T, I>("vrn_?csrdia");
     for (const I m : {0, 1, 13})
         for (const I digits : {0, 1, 10, 11})
             for (const I most : {0, 3, 25}) {
@@ -186,7 +181,7 @@ TYPED_TEST(Convert, Dia)
                 idiag[0] = 2, idiag[1] = -1, idiag[2] = 40; // the last one lies outside
                 I ndiag = digits >= 10 ? most : std::min<I>(most, 3);
                 const I given = ndiag;
-                std::vector<T> adia(static_cast<std::size_t>(lval * 26), T(-3));
+                std::vector<T> adia(ix(lval * 26), T(-3));
                 I job[] = {0, 1, 0, 0, 0, digits};
                 auto convert = [&](auto& sparse) {
                     f(job, &m, sparse.a.data(), sparse.ja.data(), sparse.ia.data(), adia.data(), &lval, idiag.data(),
@@ -203,17 +198,14 @@ TYPED_TEST(Convert, Dia)
                 EXPECT_TRUE(m == 0 || heap.bytes == static_cast<std::uint64_t>(2 * m - 1) * sizeof(I));
                 std::map<I, I> size;
                 for (I i = 0; i < m; ++i)
-                    for (I k = s.ia[static_cast<std::size_t>(i)] - 1; k < s.ia[static_cast<std::size_t>(i + 1)] - 1;
-                         ++k)
-                        ++size[s.ja[static_cast<std::size_t>(k)] - 1 - i];
+                    for (I k = s.ia[ix(i)] - 1; k < s.ia[ix(i + 1)] - 1; ++k) ++size[s.ja[ix(k)] - 1 - i];
                 if (digits >= 10) {
                     EXPECT_EQ(ndiag, std::min<I>(given, static_cast<I>(size.size())));
                     I least = m;
                     for (I j = 0; j < ndiag; ++j) {
-                        EXPECT_TRUE(j == 0 ||
-                                    idiag[static_cast<std::size_t>(j)] > idiag[static_cast<std::size_t>(j - 1)]);
-                        least = std::min(least, size.at(idiag[static_cast<std::size_t>(j)]));
-                        size.erase(idiag[static_cast<std::size_t>(j)]);
+                        EXPECT_TRUE(j == 0 || idiag[ix(j)] > idiag[ix(j - 1)]);
+                        least = std::min(least, size.at(idiag[ix(j)]));
+                        size.erase(idiag[ix(j)]);
                     }
                     for (const auto& [offset, count] : size) EXPECT_TRUE(ndiag == 0 || count <= least) << offset;
                 }
@@ -232,8 +224,7 @@ TYPED_TEST(Convert, Dia)
                 back.ja.assign(700, 0), back.a.assign(700, T{});
                 convert(back);
                 I places = 0;
-                for (I j = 0; j < ndiag; ++j)
-                    places += std::max<I>(0, m - std::abs(idiag[static_cast<std::size_t>(j)]));
+                for (I j = 0; j < ndiag; ++j) places += std::max<I>(0, m - std::abs(idiag[ix(j)]));
                 EXPECT_EQ(back.ia.back() - 1, places);
             }
 }
@@ -241,12 +232,12 @@ TYPED_TEST(Convert, Dia)
 TYPED_TEST(Convert, Sky)
 {
     VRN_TYPES;
-    auto* f = this->template call<arguments::csrsky>("vrn_?csrsky");
+    auto* f = named<arguments::csrsky, T, I>("vrn_?csrsky");
     for (const I m : {0, 1, 13})
         for (const I upper : {0, 1})
             for (const I base : {0, 1}) {
                 auto whole = this->sample(m, 1), s = this->sample(m, 1, upper ? 'u' : 'l'), back = s.empty(1);
-                std::vector<I> pntr(static_cast<std::size_t>(m + 1), -3);
+                std::vector<I> pntr(ix(m + 1), -3);
                 std::vector<T> sky(200, T(-3));
                 I job[] = {0, 1, base, upper, 0, 1};
                 auto convert = [&](auto& c) {
@@ -267,15 +258,14 @@ TYPED_TEST(Convert, Sky)
                 // Entry by entry: a line ends with its diagonal, begins with an entry or is one place long.
                 const auto d = this->dense_of(s, m, true);
                 for (I i = 0; i < m; ++i) {
-                    const I end = pntr[static_cast<std::size_t>(i + 1)] - base,
-                            size = end - (pntr[static_cast<std::size_t>(i)] - base);
-                    EXPECT_TRUE(size == 1 || sky[static_cast<std::size_t>(end - size)] != T{});
+                    const I end = pntr[ix(i + 1)] - base, size = end - (pntr[ix(i)] - base);
+                    EXPECT_TRUE(size == 1 || sky[ix(end - size)] != T{});
                     for (I j = 0; j <= i; ++j) {
-                        const T want = d[static_cast<std::size_t>(upper ? j * m + i : i * m + j)];
-                        EXPECT_EQ(i - j < size ? sky[static_cast<std::size_t>(end - 1 - (i - j))] : T{}, want);
+                        const T want = d[ix(upper ? j * m + i : i * m + j)];
+                        EXPECT_EQ(i - j < size ? sky[ix(end - 1 - (i - j))] : T{}, want);
                     }
                 }
-                EXPECT_EQ(sky[static_cast<std::size_t>(job[4])], T(-3)) << "written behind";
+                EXPECT_EQ(sky[ix(job[4])], T(-3)) << "written behind";
                 job[0] = 1;
                 convert(back);
                 EXPECT_TRUE(back == s);
@@ -285,13 +275,13 @@ TYPED_TEST(Convert, Sky)
 TYPED_TEST(Convert, Bsr)
 {
     VRN_TYPES;
-    auto* f = this->template call<arguments::csrbsr>("vrn_?csrbsr");
+    auto* f = named<arguments::csrbsr, T, I>("vrn_?csrbsr");
     for (const I m : {0, 1, 12, 13})
         for (const I base : {0, 1})
             for (const I lb : {1, 2, 3, 5}) {
                 const I mb = m > 0 ? (m - 1) / lb + 1 : 0, lval = lb * lb + base;
                 auto s = this->sample(m, 1 - base, 'a', true);
-                std::vector<I> iab(static_cast<std::size_t>(mb + 1), -3), jab(200, -3);
+                std::vector<I> iab(ix(mb + 1), -3), jab(200, -3);
                 std::vector<T> absr(2000, T(-3));
                 I job[] = {0, s.base, base, 0, 0, -1};
                 auto convert = [&](I rows, I side, I distance, auto& c) {
@@ -320,19 +310,16 @@ TYPED_TEST(Convert, Bsr)
                 EXPECT_EQ(info, 0);
                 EXPECT_EQ(iab, counted);
                 auto d = this->dense_of(s, mb * lb + 1, true);
-                d.resize(static_cast<std::size_t>((mb * lb + 1) * mb * lb + 1));
+                d.resize(ix((mb * lb + 1) * mb * lb + 1));
                 for (I i = 0; i < mb; ++i)
-                    for (I k = iab[static_cast<std::size_t>(i)] - base;
-                         k < iab[static_cast<std::size_t>(i + 1)] - base; ++k) {
-                        const I j = jab[static_cast<std::size_t>(k)] - base;
-                        EXPECT_TRUE(k == iab[static_cast<std::size_t>(i)] - base ||
-                                    jab[static_cast<std::size_t>(k - 1)] < jab[static_cast<std::size_t>(k)])
-                            << "order";
+                    for (I k = iab[ix(i)] - base; k < iab[ix(i + 1)] - base; ++k) {
+                        const I j = jab[ix(k)] - base;
+                        EXPECT_TRUE(k == iab[ix(i)] - base || jab[ix(k - 1)] < jab[ix(k)]) << "order";
                         bool any = false;
                         for (I q = 0; q < lb * lb; ++q) {
                             const I r = base == 0 ? q / lb : q % lb, c = base == 0 ? q % lb : q / lb;
-                            T& want = d[static_cast<std::size_t>((i * lb + r) * (mb * lb + 1) + j * lb + c)];
-                            EXPECT_EQ(absr[static_cast<std::size_t>(k * lval + q)], want);
+                            T& want = d[ix((i * lb + r) * (mb * lb + 1) + j * lb + c)];
+                            EXPECT_EQ(absr[ix(k * lval + q)], want);
                             any = any || want != T{};
                             want = T{};
                         }
@@ -343,12 +330,11 @@ TYPED_TEST(Convert, Bsr)
                 // Back, filled up to whole blocks, in order.
                 job[0] = 1;
                 auto back = s.empty(s.base);
-                back.ia.resize(static_cast<std::size_t>(mb * lb + 1));
+                back.ia.resize(ix(mb * lb + 1));
                 convert(mb, lb, lval, back);
                 EXPECT_EQ(info, 0);
                 back.ia.resize(s.ia.size());
-                this->template call<arguments::sortrow>("?sortrow")(&this->one, &m, s.ia.data(), s.ja.data(),
-                                                                    s.a.data());
+                named<arguments::sortrow, T, I>("?sortrow")(&this->one, &m, s.ia.data(), s.ja.data(), s.a.data());
                 EXPECT_TRUE(back == s);
             }
 }
@@ -356,7 +342,7 @@ TYPED_TEST(Convert, Bsr)
 TYPED_TEST(Convert, Dense)
 {
     VRN_TYPES;
-    auto* f = this->template call<arguments::dnscsr>("vrn_?dnscsr");
+    auto* f = named<arguments::dnscsr, T, I>("vrn_?dnscsr");
     const I m = 11, ld = 13;
     for (const I n : {1, 7, 11})
         for (const I dense_base : {0, 1})
@@ -367,13 +353,12 @@ TYPED_TEST(Convert, Dense)
                 auto narrow = s;
                 narrow.ia = {1}, narrow.ja.clear(), narrow.a.clear();
                 for (I i = 0; i < m; ++i) {
-                    for (auto k = static_cast<std::size_t>(s.ia[static_cast<std::size_t>(i)] - 1);
-                         k < static_cast<std::size_t>(s.ia[static_cast<std::size_t>(i + 1)] - 1); ++k)
+                    for (auto k = ix(s.ia[ix(i)] - 1); k < ix(s.ia[ix(i + 1)] - 1); ++k)
                         if (s.ja[k] <= n) narrow.ja.push_back(s.ja[k]), narrow.a.push_back(s.a[k]);
                     narrow.ia.push_back(static_cast<I>(narrow.ja.size()) + 1);
                 }
                 // The other triangle is not cleared; with nothing there it must not be read either.
-                std::vector<T> d(static_cast<std::size_t>(ld * ld), nan_of<T>());
+                std::vector<T> d(ix(ld * ld), nan_of<T>());
                 I job[] = {1, dense_base, 1, part, 0, 1};
                 auto convert = [&](auto& c) {
                     f(job, &m, &n, d.data(), &ld, c.a.data(), c.ja.data(), c.ia.data(), &info);
@@ -383,15 +368,14 @@ TYPED_TEST(Convert, Dense)
                 const auto want = this->dense_of(narrow, ld, by_rows);
                 for (I i = 0; i < ld; ++i)
                     for (I j = 0; j < ld; ++j) {
-                        const auto at = static_cast<std::size_t>(by_rows ? i * ld + j : i + j * ld);
+                        const auto at = ix(by_rows ? i * ld + j : i + j * ld);
                         const bool selected = i < m && j < n && (part == 2 || (part == 0 ? j <= i : j >= i));
                         if (selected) EXPECT_EQ(d[at], want[at]) << i << " " << j;
                         else EXPECT_TRUE(std::isnan(std::abs(d[at]))) << i << " " << j;
                     }
                 if (s.count() > narrow.count()) {
                     I row = 0; // the first that names a column at or beyond n
-                    while (s.ia[static_cast<std::size_t>(row + 1)] == narrow.ia[static_cast<std::size_t>(row + 1)])
-                        ++row;
+                    while (s.ia[ix(row + 1)] == narrow.ia[ix(row + 1)]) ++row;
                     convert(s);
                     EXPECT_EQ(info, row + 1);
                 }
@@ -410,7 +394,7 @@ TYPED_TEST(Convert, Dense)
                 EXPECT_TRUE(back == narrow);
                 if (--job[4] < 0) continue;
                 I last = m - 1; // the row of the last entry, zero-based
-                while (narrow.ia[static_cast<std::size_t>(last)] == narrow.ia.back()) --last;
+                while (narrow.ia[ix(last)] == narrow.ia.back()) --last;
                 convert(back);
                 EXPECT_EQ(info, last);
             }
@@ -420,7 +404,7 @@ TYPED_TEST(Convert, Services)
 {
     VRN_TYPES;
     const I one = 1, two = 2, m = 3;
-    auto* sort = this->template call<arguments::sortrow>("?sortrow");
+    auto* sort = named<arguments::sortrow, T, I>("?sortrow");
     for (const I base : {0, 1}) {
         std::vector<I> ia{base, base + 3, base + 3, base + 7}, ja{9, 4, 9, 5, 5, 1, 7};
         std::vector<T> a{T(1), T(2), T(3), T(4), T(5), T(6), T(7)};
@@ -436,7 +420,7 @@ TYPED_TEST(Convert, Services)
 
     T x = T(3);
     I flag = 7;
-    auto* zero = this->template call<arguments::zerocheck>("?zerocheck");
+    auto* zero = named<arguments::zerocheck, T, I>("?zerocheck");
     zero(&x, &flag);
     EXPECT_EQ(flag, 1);
     named<arguments::neones, T, I>("?neones")(&x);
@@ -448,15 +432,15 @@ TYPED_TEST(Convert, Services)
     EXPECT_EQ(flag, 0);
 
     std::vector<T> v(4, T(5));
-    this->template call<arguments::zeros>("?zeros")(v.data(), &m);
+    named<arguments::zeros, T, I>("?zeros")(v.data(), &m);
     EXPECT_EQ(v, (std::vector<T>{T{}, T{}, T{}, T(5)}));
     const T from[] = {T(1), T(2), nan_of<T>(), T(3), T(4), nan_of<T>()};
     for (const int scale : {0, 1, 3}) {
         std::vector<T> to(8, T(9));
         const T s(static_cast<float>(scale));
         const I ldfrom = 3, ldto = 4;
-        this->template call<arguments::matcopy>("?matcopy")(&two, &two, &s, scale == 0 ? from + 2 : from, &ldfrom,
-                                                            to.data(), &ldto);
+        named<arguments::matcopy, T, I>("?matcopy")(&two, &two, &s, scale == 0 ? from + 2 : from, &ldfrom, to.data(),
+                                                    &ldto);
         EXPECT_EQ(to, (std::vector<T>{s, T(2) * s, T(9), T(9), T(3) * s, T(4) * s, T(9), T(9)}));
     }
     const std::string prefix = sizeof(I) == 8 ? "vrn_spblas_s42_" : "vrn_spblas_lp64_s42_";

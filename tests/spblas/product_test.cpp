@@ -23,9 +23,7 @@ struct Product : testing::Test {
         row of(I i) const
         {
             row r;
-            for (auto k = static_cast<std::size_t>(ia[static_cast<std::size_t>(i)] - 1);
-                 k + 1 < static_cast<std::size_t>(ia[static_cast<std::size_t>(i + 1)]); ++k)
-                r[ja[k]] += a[k];
+            for (auto k = ix(ia[ix(i)] - 1); k + 1 < ix(ia[ix(i + 1)]); ++k) r[ja[k]] += a[k];
             return r;
         }
     };
@@ -55,18 +53,18 @@ struct Product : testing::Test {
     // The pattern's zeros stay: a column is there because some product named it.
     static std::vector<row> product(const csr& a, const csr& b)
     {
-        std::vector<row> c(static_cast<std::size_t>(a.m));
+        std::vector<row> c(ix(a.m));
         for (I i = 0; i < a.m; ++i)
             for (const auto& [k, v] : a.of(i))
-                for (const auto& [j, w] : b.of(k - 1)) c[static_cast<std::size_t>(i)][j] += v * w;
+                for (const auto& [j, w] : b.of(k - 1)) c[ix(i)][j] += v * w;
         return c;
     }
     static std::vector<row> sum(const csr& a, T beta, const csr& b)
     {
-        std::vector<row> c(static_cast<std::size_t>(a.m));
+        std::vector<row> c(ix(a.m));
         for (I i = 0; i < a.m; ++i) {
-            c[static_cast<std::size_t>(i)] = a.of(i);
-            for (const auto& [j, w] : b.of(i)) c[static_cast<std::size_t>(i)][j] += beta * w;
+            c[ix(i)] = a.of(i);
+            for (const auto& [j, w] : b.of(i)) c[ix(i)][j] += beta * w;
         }
         return c;
     }
@@ -84,18 +82,17 @@ struct Product : testing::Test {
         ASSERT_EQ(info, 0);
         std::vector<I> ends{1};
         for (I i = 0; i < m; ++i) {
-            const auto size = static_cast<I>(want[static_cast<std::size_t>(i)].size());
-            EXPECT_EQ(c.ia[static_cast<std::size_t>(i)], size) << "count of row " << i;
+            const auto size = static_cast<I>(want[ix(i)].size());
+            EXPECT_EQ(c.ia[ix(i)], size) << "count of row " << i;
             total += size;
             ends.push_back(total + 1);
         }
-        const auto place = static_cast<std::size_t>(total) + 2;
+        const auto place = ix(total) + 2;
         auto expect_rows = [&](I rows) {
             for (I i = 0; i < rows; ++i) {
-                EXPECT_EQ(c.of(i), want[static_cast<std::size_t>(i)]) << "row " << i;
-                const auto from = c.ja.begin() + (ends[static_cast<std::size_t>(i)] - 1);
-                EXPECT_TRUE(!sorts || std::is_sorted(from, from + static_cast<std::ptrdiff_t>(
-                                                                      want[static_cast<std::size_t>(i)].size())));
+                EXPECT_EQ(c.of(i), want[ix(i)]) << "row " << i;
+                const auto from = c.ja.begin() + (ends[ix(i)] - 1);
+                EXPECT_TRUE(!sorts || std::is_sorted(from, from + static_cast<std::ptrdiff_t>(want[ix(i)].size())));
             }
         };
         c.ia = ends, c.ja.assign(place, -7), c.a.assign(place, T(-7));
@@ -108,8 +105,8 @@ struct Product : testing::Test {
             f(I{0}, &nzmax, c, info);
             const I row = static_cast<I>(std::upper_bound(ends.begin(), ends.end(), nzmax + 1) - ends.begin());
             EXPECT_EQ(info, nzmax == total ? 0 : row);
-            EXPECT_EQ(c.ja[static_cast<std::size_t>(nzmax)], -7) << "more than the capacity";
-            c.ia.resize(static_cast<std::size_t>(row));
+            EXPECT_EQ(c.ja[ix(nzmax)], -7) << "more than the capacity";
+            c.ia.resize(ix(row));
             EXPECT_TRUE(std::equal(c.ia.begin(), c.ia.end(), ends.begin()));
             if (!sorts || info == 0) expect_rows(row - 1);
         }
@@ -123,11 +120,6 @@ struct Product : testing::Test {
         }
         heap.refuse(-1);
     }
-    template <template <class, class> class List>
-    static List<T, I>* call(const char* name)
-    {
-        return named<List, T, I>(name);
-    }
 };
 TYPED_TEST_SUITE(Product, NumbersAndWidths);
 
@@ -140,9 +132,9 @@ TYPED_TEST_SUITE(Product, NumbersAndWidths);
 TYPED_TEST(Product, Multiply)
 {
     VRN_TYPES;
-    auto* plain = this->template call<arguments::mcsr_notr>("?mcsr_notr");
-    auto* linked = this->template call<arguments::multcsr_tr>("?multcsr_tr");
-    auto* copied = this->template call<arguments::multcsr_trom>("?multcsr_trom");
+    auto* plain = named<arguments::mcsr_notr, T, I>("?mcsr_notr");
+    auto* linked = named<arguments::multcsr_tr, T, I>("?multcsr_tr");
+    auto* copied = named<arguments::multcsr_trom, T, I>("?multcsr_trom");
     const I m = 13, k = 9, n = 17, none = 0, parts = 5;
     const auto a = this->sample(m, k, false), b = this->sample(k, n, false);
     const auto want = this->product(a, b);
@@ -157,8 +149,7 @@ TYPED_TEST(Product, Multiply)
             auto rows = at;
             if (sort == 1) // any order will do then
                 for (I i = 0; i < k; ++i) {
-                    const auto from = rows.ia[static_cast<std::size_t>(i)] - 1,
-                               to = rows.ia[static_cast<std::size_t>(i + 1)] - 1;
+                    const auto from = rows.ia[ix(i)] - 1, to = rows.ia[ix(i + 1)] - 1;
                     std::reverse(rows.ja.begin() + from, rows.ja.begin() + to);
                     std::reverse(rows.a.begin() + from, rows.a.begin() + to);
                 }
@@ -175,7 +166,7 @@ TYPED_TEST(Product, Multiply)
 TYPED_TEST(Product, FirstTouchAndRanges)
 {
     VRN_TYPES;
-    auto* plain = this->template call<arguments::mcsr_notr>("?mcsr_notr");
+    auto* plain = named<arguments::mcsr_notr, T, I>("?mcsr_notr");
     const std::vector<I> ia{1, 3, 4}, ja{2, 1, 2}, ib{1, 3, 6}, jb{4, 1, 3, 1, 2};
     const std::vector<T> a{T(2), T(3), T(4)}, b{T(1), T(2), T(3), T(4), T(5)};
     const I n = 4, last = 2, fill = 2, full = 0, start = 10;
@@ -201,7 +192,7 @@ TYPED_TEST(Product, FirstTouchAndRanges)
 TYPED_TEST(Product, Pieces)
 {
     VRN_TYPES;
-    auto* copied = this->template call<arguments::multcsr_trom>("?multcsr_trom");
+    auto* copied = named<arguments::multcsr_trom, T, I>("?multcsr_trom");
     const I m = 8003, k = 5, full = 0;
     typename TestFixture::csr a{m, m}, c{m, k};
     for (I i = 1; i <= m; ++i) a.ja.push_back(m + 1 - i), a.a.push_back(T(2)), a.ia.push_back(i + 1);
@@ -210,8 +201,7 @@ TYPED_TEST(Product, Pieces)
     for (const I parts : {3, 4, 7})
         for (const bool fits : {true, false}) {
             const I total = b.ia.back() - 1, nzmax = fits ? total : total - 1;
-            c.ia.assign(static_cast<std::size_t>(m) + 1, -7), c.ja.assign(static_cast<std::size_t>(total), -7),
-                c.a.assign(static_cast<std::size_t>(total), T(-7));
+            c.ia.assign(ix(m) + 1, -7), c.ja.assign(ix(total), -7), c.a.assign(ix(total), T(-7));
             I info = 77;
             heap.asked = 0;
             copied(&m, &m, &k, &full, &parts, a.a.data(), a.ja.data(), a.ia.data(), b.a.data(), b.ja.data(),
@@ -228,8 +218,8 @@ TYPED_TEST(Product, Pieces)
 TYPED_TEST(Product, Add)
 {
     VRN_TYPES;
-    auto* plain = this->template call<arguments::mcsradd_notr>("?mcsradd_notr");
-    auto* flipped = this->template call<arguments::mcsradd_tr>("?mcsradd_tr");
+    auto* plain = named<arguments::mcsradd_notr, T, I>("?mcsradd_notr");
+    auto* flipped = named<arguments::mcsradd_tr, T, I>("?mcsradd_tr");
     const I m = 14, n = 11;
     for (const T beta : {T(3), T(0)})
         for (const I sort : {0, 1, 2, 3}) {
@@ -249,14 +239,14 @@ TYPED_TEST(Product, Add)
             // A range counts rows from its first one in info.
             const I first = 3, full = 0, small = 1;
             auto x = a, y = b;
-            std::vector<I> ic(static_cast<std::size_t>(m) + 1, -7), jc(100);
+            std::vector<I> ic(ix(m) + 1, -7), jc(100);
             std::vector<T> c(100);
             I info = 77;
             plain(&first, &m, &full, &sort, x.a.data(), x.ja.data(), x.ia.data(), &beta, y.a.data(), y.ja.data(),
                   y.ia.data(), c.data(), jc.data(), ic.data(), &small, &info);
             EXPECT_EQ(ic[2], 1);
             I row = 0;
-            for (std::size_t seen = 0; seen <= 1; ++row) seen += want[static_cast<std::size_t>(row + 2)].size();
+            for (std::size_t seen = 0; seen <= 1; ++row) seen += want[ix(row + 2)].size();
             EXPECT_EQ(info, row);
         }
 }
@@ -269,7 +259,7 @@ TYPED_TEST(Product, Dense)
     const auto want = this->product(a, b);
     for (const bool flipped : {false, true}) {
         const I first = flipped ? 1 : 2, last = flipped ? k : m - 1;
-        std::vector<T> c(static_cast<std::size_t>(ldc * n), flipped ? T(1) : nan_of<T>());
+        std::vector<T> c(ix(ldc * n), flipped ? T(1) : nan_of<T>());
         const auto before = c;
         if (flipped)
             named<arguments::csrmultd_ker_t, T, I>("?csrmultd_ker_t")(nullptr, &first, &last, &n, at.a.data(),
@@ -281,11 +271,11 @@ TYPED_TEST(Product, Dense)
                                                                   c.data(), &ldc);
         for (I i = 0; i < ldc; ++i)
             for (I j = 0; j < n; ++j) {
-                const auto p = static_cast<std::size_t>(i + j * ldc);
+                const auto p = ix(i + j * ldc);
                 if (i >= m || (!flipped && (i == 0 || i == m - 1)))
                     EXPECT_EQ(std::memcmp(&c[p], &before[p], sizeof(T)), 0);
                 else {
-                    const auto& r = want[static_cast<std::size_t>(i)];
+                    const auto& r = want[ix(i)];
                     EXPECT_EQ(c[p], (r.count(j + 1) > 0 ? r.at(j + 1) : T{}) + T(flipped ? 1 : 0));
                 }
             }
@@ -304,10 +294,9 @@ TYPED_TEST(Product, Split)
             list.push_back(p.data());
         }
         auto expect = [&](auto&& f, I from, auto&& offset) {
-            std::vector<T> y(static_cast<std::size_t>(n) + 1, T(4)), want = y;
+            std::vector<T> y(ix(n) + 1, T(4)), want = y;
             for (std::size_t j = 0; j + 1 < y.size(); ++j)
-                for (I p = from; p < parts; ++p)
-                    want[j] += part[static_cast<std::size_t>(p)][static_cast<std::size_t>(offset(p)) + j];
+                for (I p = from; p < parts; ++p) want[j] += part[ix(p)][ix(offset(p)) + j];
             f(y.data());
             EXPECT_EQ(y, want);
         };
@@ -367,14 +356,14 @@ TYPED_TEST(Diagonals, SymmetricProduct)
     std::mt19937_64 random(2);
     for (const I m : {0, 1, 40, 30001, 60001}) {
         std::vector<I> ia{1}, ja;
-        std::vector<double> a, x(static_cast<std::size_t>(m)), y(x.size(), 2.0);
+        std::vector<double> a, x(ix(m)), y(x.size(), 2.0);
         for (double& e : x) e = small_number<double>(random);
         auto want = y;
         for (I i = 0; i < m; ++i) {
             for (I j = i + i % 2; i % 5 != 4 && j < std::min<I>(m, i + 12); j += 1) {
                 ja.push_back(j + 1), a.push_back(small_number<double>(random));
-                want[static_cast<std::size_t>(i)] += a.back() * x[static_cast<std::size_t>(j)];
-                if (j != i) want[static_cast<std::size_t>(j)] += a.back() * x[static_cast<std::size_t>(i)];
+                want[ix(i)] += a.back() * x[ix(j)];
+                if (j != i) want[ix(j)] += a.back() * x[ix(i)];
             }
             ia.push_back(static_cast<I>(ja.size()) + 1);
         }
