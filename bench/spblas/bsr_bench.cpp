@@ -1,5 +1,6 @@
 // bench/spblas/bsr_bench.cpp - BSR kernels on one thread beside our own CSR on the same matrix, and Eigen; GFLOP/s.
-// Neighbours of a finite-element mesh, blocks of the given side. Rows: operation / side.
+// Neighbours of a finite-element mesh, blocks of the given side. Rows: operation / side; `cached` is a mesh that the
+// second level holds.
 
 #include "bench/spblas/kernels.hpp"
 
@@ -46,8 +47,8 @@ struct operands {
     I one = 1, lb, mb, m, zero = 0;
     T alpha = 1, beta = 0;
 
-    explicit operands(int side)
-        : blocks(nodes(side > 3 ? 22 : 30)), a(matrix_of<T>(blown_up(blocks, side))),
+    operands(int side, int mesh)
+        : blocks(nodes(mesh)), a(matrix_of<T>(blown_up(blocks, side))),
           val(static_cast<std::size_t>(a.nonZeros()), T(0.25)), one_based(blocks.column), x(a.rows()), y(a.rows()),
           z(a.rows()), lb(side), mb(blocks.rows), m(static_cast<I>(a.rows()))
     {
@@ -60,20 +61,22 @@ struct operands {
 
 // One set of operands at a time: they are large.
 template <class T>
-operands<T>& given(int side)
+operands<T>& given(int side, bool cached)
 {
     static std::unique_ptr<operands<T>> kept;
-    if (kept == nullptr || kept->lb != side) {
+    static bool small;
+    if (kept == nullptr || kept->lb != side || small != cached) {
         kept.reset();
-        kept = std::make_unique<operands<T>>(side);
+        kept = std::make_unique<operands<T>>(side, cached ? 18 / side + 2 : side > 3 ? 22 : 30);
+        small = cached;
     }
     return *kept;
 }
 
 template <class T>
-void gemv(benchmark::State& state, int side, bool by_rows)
+void gemv(benchmark::State& state, int side, bool by_rows, bool cached)
 {
-    auto& o = given<T>(side);
+    auto& o = given<T>(side, cached);
     auto* f = kernel<arguments::bsr_gemv_par<T, I>>(
         joined({letter<T>, by_rows ? "bsr0ng__c" : "bsr1ng__f", "__gemvout_par"}));
     auto* g = kernel<arguments::csr_mv_par<T, I>>(joined({letter<T>, "csr0ng__c__mvout_par"}));
@@ -96,7 +99,7 @@ void gemv(benchmark::State& state, int side, bool by_rows)
 template <class T>
 void mv(benchmark::State& state, int side, bool by_rows)
 {
-    auto& o = given<T>(side);
+    auto& o = given<T>(side, false);
     auto* f =
         kernel<arguments::bsr_mv_par<T, I>>(joined({letter<T>, by_rows ? "bsr0nslnc" : "bsr1nslnf", "__mvout_par"}));
     auto* g = kernel<arguments::csr_mv_par<T, I>>(joined({letter<T>, "csr0nslnc__mvout_par"}));
@@ -116,7 +119,7 @@ void mv(benchmark::State& state, int side, bool by_rows)
 template <class T>
 void mm(benchmark::State& state, int side, bool by_rows, int n)
 {
-    auto& o = given<T>(side);
+    auto& o = given<T>(side, false);
     std::vector<T> b(static_cast<std::size_t>(o.m) * static_cast<std::size_t>(n), T(0.5)), c(b.size()), d(b.size());
     auto* f = kernel<arguments::bsr_mm_whole<T, I>>(joined({by_rows ? "cspblas_" : "", letter<T>, "bsrmmgen"}));
     auto* g =
@@ -140,7 +143,8 @@ void add(int side)
     const std::string end = std::to_string(side);
     for (const bool by_rows : {true, false}) {
         const char* layout = by_rows ? "_rows/" : "_columns/";
-        add_row({letter<T>, "gemv", layout, end}, [=](auto& s) { gemv<T>(s, side, by_rows); });
+        add_row({letter<T>, "gemv", layout, end}, [=](auto& s) { gemv<T>(s, side, by_rows, false); });
+        add_row({letter<T>, "gemv", layout, end, "/cached"}, [=](auto& s) { gemv<T>(s, side, by_rows, true); });
         add_row({letter<T>, "mv_symm", layout, end}, [=](auto& s) { mv<T>(s, side, by_rows); });
         if (side == 3)
             for (const int n : {8, 32})

@@ -90,7 +90,8 @@ TYPED_TEST(Bsr, Gemv)
             block_matrix<T> a(9, 6, lb, {0, 1, 2, 3, 4, 5, 7}, this->random, [](std::int64_t i) { return i == 4; });
             dense<T> x(6 * lb, 1, false, 0), y(9 * lb, 1, false, 0);
             x.fill(this->random);
-            for (const auto& [from, to] : {std::pair{0, 9}, {2, 5}, {3, 3}}) {
+            for (const auto& range : {std::pair{0, 9}, {2, 5}, {3, 3}}) {
+                const int from = range.first, to = range.second;
                 SCOPED_TRACE("base " + std::to_string(base) + ", side " + std::to_string(lb));
                 const auto got = in_both_widths(y, [&]<class I>(I, dense<T>& z) {
                     const arrays<T, I> s(a, base, base == 0);
