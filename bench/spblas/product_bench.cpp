@@ -18,7 +18,10 @@ struct operands {
     double products = 0;
 
     explicit operands(const std::string& name)
-        : a(matrix_of<T>(name == "elasticity" ? elasticity(16) : named_pattern(name))), m(static_cast<I>(a.rows()))
+        : a(matrix_of<T>(name == "laplacian" ? laplacian(400)
+                         : name == "random"  ? scattered(20000)
+                                             : elasticity(12))),
+          m(static_cast<I>(a.rows()))
     {
         ia.assign(a.outerIndexPtr(), a.outerIndexPtr() + m + 1);
         ja.assign(a.innerIndexPtr(), a.innerIndexPtr() + a.nonZeros());
