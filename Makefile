@@ -3,7 +3,7 @@
 
 JOBS ?= 2
 PREFIX ?= /usr/local
-# Passed on: make demo DATA=my.csv, make test TESTS=Gemm, make bench BENCH=gemm ARGS=--benchmark_filter=...
+# Passed on: make demo DATA=my.csv or DATA=my.mtx, make test TESTS=Gemm, make bench BENCH=gemm ARGS=--benchmark_filter=...
 DATA ?=
 TESTS ?=
 BENCH ?=
@@ -21,9 +21,10 @@ build := cmake --build -j $(JOBS) --preset
 help: ## what there is
 	@sed -n 's/^\([a-z-]*\):.*## \(.*\)/  make \1\t\2/p' Makefile | expand -t 24
 
-demo: library ## build and run the demonstration; DATA=file.csv takes your own numbers
-	$(build) release --target demo
-	$(release)/bin/demo $(DATA)
+demo: library ## build and run the demonstrations; DATA=file.csv or DATA=file.mtx takes your own numbers
+	$(build) release --target demo sparse
+	$(if $(filter-out %.mtx,$(or $(DATA),all.csv)),$(release)/bin/demo $(DATA))
+	$(if $(filter %.mtx,$(or $(DATA),all.mtx)),$(release)/bin/sparse $(DATA))
 
 test: ## build everything and run all tests; TESTS=regex picks some
 	@tools/setup build test

@@ -2,7 +2,7 @@
 // Neighbours of a finite-element mesh, blocks of the given side. Rows: operation / side; `cached` is a mesh that the
 // second level holds.
 
-#include "bench/spblas/kernels.hpp"
+#include "bench/spblas/operands.hpp"
 
 #include <memory>
 

@@ -2,7 +2,7 @@
 // matrix. Eigen builds COO from triplets and back by setFromTriplets, and has no blocks: there the peer is a copy of
 // the arrays, the least that any conversion could do.
 
-#include "bench/spblas/kernels.hpp"
+#include "bench/spblas/operands.hpp"
 
 #include <cstring>
 

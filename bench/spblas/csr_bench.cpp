@@ -2,44 +2,15 @@
 // Rows: operation / matrix. Two flop an entry and column; a triangular solve counts its division as an entry.
 // The peer named `loop` is the plain C loop with four sums, which compilers and libraries without kernels give.
 
+#include "bench/spblas/kernels.hpp"
 #include "bench/spblas/matrices.hpp"
-#include "bench/support/contest.hpp"
-#include "spblas/arguments.hpp"
 
 #include <Eigen/Sparse>
-#include <cstdio>
-#include <cstdlib>
-#include <dlfcn.h>
 #include <memory>
 
 namespace {
 
 using namespace vrn::bench;
-namespace arguments = vrn::spblas::arguments;
-using I = std::int32_t;
-
-// Piece by piece: g++ 12 warns of sums of strings at -O3.
-std::string joined(std::initializer_list<std::string> parts)
-{
-    std::string all;
-    for (const std::string& p : parts) all += p;
-    return all;
-}
-
-template <class F>
-F* kernel(const std::string& stem)
-{
-    static void* library = dlopen(VRN_LIBRARY_DIR "/libvrn_s42.so", RTLD_NOW | RTLD_LOCAL);
-    void* symbol = library == nullptr ? nullptr : dlsym(library, joined({"vrn_spblas_lp64_s42_", stem}).c_str());
-    if (symbol == nullptr) {
-        std::fprintf(stderr, "no %s\n", stem.c_str());
-        std::exit(1);
-    }
-    return reinterpret_cast<F*>(symbol);
-}
-
-template <class T>
-inline constexpr const char* letter = sizeof(T) == 4 ? "s" : "d";
 template <class T>
 using sparse = Eigen::SparseMatrix<T, Eigen::RowMajor, int>;
 template <class T>
@@ -89,14 +60,6 @@ operands<T>& given(const std::string& name, which part)
     return *all.back().second;
 }
 
-template <class F>
-std::function<void(long)> times(F&& f)
-{
-    return [f](long calls) mutable {
-        while (calls-- > 0) f();
-    };
-}
-
 template <class T>
 void loop_mv(const operands<T>& o, T* y)
 {
@@ -115,16 +78,6 @@ void loop_mv(const operands<T>& o, T* y)
     }
 }
 
-template <class T>
-void contest_of(benchmark::State& state, double work, std::vector<contestant> all)
-{
-    contest c;
-    c.work = work;
-    c.all = std::move(all);
-    c.seconds = 0.02;
-    hold(state, c);
-}
-
 // Products with a vector; `shape` is op and class of the name. `eigen` computes z.
 template <class T, class Eigen>
 void mv(benchmark::State& state, const std::string& name, which part, const std::string& shape, double flop,
@@ -138,7 +91,7 @@ void mv(benchmark::State& state, const std::string& name, which part, const std:
                                  })},
                                 {"Eigen", true, times([&o, eigen] { eigen(o); })}};
     if (loop) all.push_back({"loop", true, times([&o] { loop_mv(o, o.z.data()); })});
-    contest_of<T>(state, flop * static_cast<double>(o.a.nonZeros()), all);
+    contest_of(state, flop * static_cast<double>(o.a.nonZeros()), all);
 }
 
 template <class T, class Eigen>
@@ -146,11 +99,11 @@ void sv(benchmark::State& state, const std::string& name, which part, const std:
 {
     auto& o = given<T>(name, part);
     auto* f = kernel<arguments::csr_sv_seq<T, I>>(joined({letter<T>, "csr0", shape, "c__svout_seq"}));
-    contest_of<T>(state, 2 * static_cast<double>(o.a.nonZeros()),
-                  {{"ours", true, times([&o, f] {
-                        f(&o.m, &o.alpha, o.a.valuePtr(), o.a.innerIndexPtr(), o.begin(), o.end(), o.y.data());
-                    })},
-                   {"Eigen", true, times([&o, eigen] { eigen(o); })}});
+    contest_of(state, 2 * static_cast<double>(o.a.nonZeros()),
+               {{"ours", true, times([&o, f] {
+                     f(&o.m, &o.alpha, o.a.valuePtr(), o.a.innerIndexPtr(), o.begin(), o.end(), o.y.data());
+                 })},
+                {"Eigen", true, times([&o, eigen] { eigen(o); })}});
 }
 
 // Products with n columns by rows or by columns; the range is everything.
@@ -166,15 +119,15 @@ void mm(benchmark::State& state, const std::string& name, which part, const std:
     const I columns = n, last = ranges_rows ? o.m : n, ld = by_rows ? n : o.m;
     auto* f =
         kernel<arguments::csr_mm_par<T, I>>(joined({letter<T>, "csr0", shape, by_rows ? "c" : "f", "__mmout_par"}));
-    contest_of<T>(state, 2.0 * n * static_cast<double>(o.a.nonZeros()),
-                  {{"ours", true, times([&] {
-                        f(&o.one, &last, &o.m, &columns, &o.m, &o.alpha, o.a.valuePtr(), o.a.innerIndexPtr(),
-                          o.begin(), o.end(), b.data(), &ld, c.data(), &ld, &o.beta);
-                    })},
-                   {"Eigen", true, times([&] {
-                        if (shape[0] == 't') d.noalias() = o.a.transpose() * b;
-                        else d.noalias() = o.a * b;
-                    })}});
+    contest_of(state, 2.0 * n * static_cast<double>(o.a.nonZeros()),
+               {{"ours", true, times([&] {
+                     f(&o.one, &last, &o.m, &columns, &o.m, &o.alpha, o.a.valuePtr(), o.a.innerIndexPtr(), o.begin(),
+                       o.end(), b.data(), &ld, c.data(), &ld, &o.beta);
+                 })},
+                {"Eigen", true, times([&] {
+                     if (shape[0] == 't') d.noalias() = o.a.transpose() * b;
+                     else d.noalias() = o.a * b;
+                 })}});
 }
 
 template <class T, int Order>
@@ -187,25 +140,21 @@ void sm(benchmark::State& state, const std::string& name, which part, const std:
     const I columns = n, ld = by_rows ? n : o.m, base = 0;
     auto* f = kernel<arguments::csr_sm_par<T, I>>(
         joined({letter<T>, by_rows ? "csr0" : "csr1", shape, by_rows ? "c" : "f", "__smout_par"}));
-    contest_of<T>(state, 2.0 * n * static_cast<double>(o.a.nonZeros()),
-                  {{"ours", true, times([&] {
-                        f(&o.one, &columns, &o.m, &columns, &o.alpha, o.a.valuePtr(), o.a.innerIndexPtr(), o.begin(),
-                          o.end(), c.data(), &ld, &base);
-                    })},
-                   {"Eigen", true, times([&] {
-                        if (part == which::lower) o.a.template triangularView<Eigen::Lower>().solveInPlace(d);
-                        else o.a.template triangularView<Eigen::Upper>().solveInPlace(d);
-                    })}});
+    contest_of(state, 2.0 * n * static_cast<double>(o.a.nonZeros()),
+               {{"ours", true, times([&] {
+                     f(&o.one, &columns, &o.m, &columns, &o.alpha, o.a.valuePtr(), o.a.innerIndexPtr(), o.begin(),
+                       o.end(), c.data(), &ld, &base);
+                 })},
+                {"Eigen", true, times([&] {
+                     if (part == which::lower) o.a.template triangularView<Eigen::Lower>().solveInPlace(d);
+                     else o.a.template triangularView<Eigen::Upper>().solveInPlace(d);
+                 })}});
 }
 
 template <class T>
 void add(const std::string& name)
 {
-    auto row = [&](const std::string& what, auto body) {
-        benchmark::RegisterBenchmark(joined({letter<T>, what, "/", name}).c_str(), body)
-            ->UseManualTime()
-            ->Iterations(1);
-    };
+    auto row = [&](const std::string& what, auto body) { add_row<T>(what, name, body); };
     row("mv", [=](auto& s) {
         mv<T>(
             s, name, which::whole, "ng__", 2, [](auto& o) { o.z.noalias() = o.a * o.x; }, true);

@@ -2,7 +2,7 @@
 // in GFLOP/s: two flop a product of entries, one an entry of a sum. Ours count, then fill, as a caller does who does
 // not know the size; Eigen estimates it and sorts rows.
 
-#include "bench/spblas/kernels.hpp"
+#include "bench/spblas/operands.hpp"
 
 namespace {
 

@@ -32,7 +32,9 @@ extern "C" {
 
 integer lsame_(const char* a, const char* b) { return vrn_serv_lsame(a, b, 1, 1); }
 
-void xerbla_(const char* routine, const integer* argument, std::size_t length)
+// Weak, as cblas_xerbla is: a program's own may return, and a compiler that sees this one end the program would leave
+// out what comes after a call.
+[[gnu::weak]] void xerbla_(const char* routine, const integer* argument, std::size_t length)
 {
     std::fprintf(stderr, " ** On entry to %.*s parameter number %2lld had an illegal value\n",
                  printable(routine, length), routine, static_cast<long long>(*argument));
@@ -45,7 +47,7 @@ void xerbla_array_(const char* routine, const integer* length, const integer* ar
     xerbla_(routine, argument, static_cast<std::size_t>(std::clamp<integer>(*length, 0, longest_name)));
 }
 
-void cblas_xerbla(integer argument, const char* routine, const char* form, ...)
+[[gnu::weak]] void cblas_xerbla(integer argument, const char* routine, const char* form, ...)
 {
     if (argument != 0)
         std::fprintf(stderr, "Parameter %lld to routine %s was incorrect\n", static_cast<long long>(argument),

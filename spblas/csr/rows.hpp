@@ -117,14 +117,4 @@ template <class T, class Operand>
         for (std::ptrdiff_t i = from; i < to; ++i) y.put(i, beta * y.get(i));
 }
 
-// Row blocks: `size` rows each, and the last runs to the end, so that it may hold almost twice as many.
-struct blocks {
-    std::ptrdiff_t rows, size, count;
-    blocks(std::ptrdiff_t m, std::ptrdiff_t limit) : rows(m), size(m < limit ? m : limit), count(m > 0 ? m / size : 0)
-    {
-    }
-    std::ptrdiff_t begin(std::ptrdiff_t b) const { return b * size; }
-    std::ptrdiff_t end(std::ptrdiff_t b) const { return b + 1 == count ? rows : (b + 1) * size; }
-};
-
 } // namespace vrn::spblas::csr

@@ -12,28 +12,11 @@
 #pragma once
 
 #include "frame/services.hpp"
+#include "spblas/columns.hpp"
 #include "spblas/csr/mm_rows.hpp"
 #include "spblas/csr/solve.hpp"
 
 namespace vrn::spblas::csr {
-
-// f(y, j) over the columns from..to-1 of C, y an operand that begins at column j.
-template <bool ByRows, int Strip, class T, class F>
-[[gnu::always_inline]] inline void over_columns(std::ptrdiff_t from, std::ptrdiff_t to, T* c, std::ptrdiff_t ldc,
-                                                F&& f)
-{
-    std::ptrdiff_t j = from;
-    if constexpr (ByRows) {
-        constexpr int step = per_vec<T>;
-        for (; j + Strip * step <= to; j += Strip * step) f(strip<T, Strip>{c + j, ldc}, j);
-        for (; j + step <= to; j += step) f(strip<T, 1>{c + j, ldc}, j);
-        if constexpr (step > 1)
-            for (; j < to; ++j) f(column<T>{c + j, ldc}, j);
-    } else {
-        for (; j + 4 <= to; j += 4) f(bundle<T, 4>{c + j * ldc, ldc}, j);
-        for (; j < to; ++j) f(vector<T>{c + j * ldc}, j);
-    }
-}
 
 // The same operand over the accumulators: those of neighbouring columns are neighbours.
 template <class T, int V>

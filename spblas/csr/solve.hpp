@@ -3,6 +3,7 @@
 // is read must hold one in every row; one with a unit diagonal need not. No scan leaves its row.
 #pragma once
 
+#include "spblas/columns.hpp"
 #include "spblas/csr/dot.hpp"
 
 namespace vrn::spblas::csr {

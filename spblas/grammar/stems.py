@@ -35,6 +35,8 @@ WRITTEN = {
     "sky": {"mm", "sv"},
     "convert": {"csrcoo", "csrcsc", "csrdia", "csrsky", "csrbsr", "dnscsr", "services", "hand"},
     "product": {"multiply", "add", "dense", "split", "find_diag", "symmetric"},
+    "coo": {"mv", "mm", "sv", "sm"},
+    "dia": {"mv", "mm", "sv", "sm"},
 }
 
 

@@ -57,6 +57,13 @@ std::vector<entry<T>> defined(meaning w, const std::vector<entry<T>>& stored, st
     return a;
 }
 
+// The same in the element's own type, term after term: y += (alpha*a)*x in the order of the list.
+template <class T>
+void add_in_order(const std::vector<entry<T>>& a, T alpha, const T* x, std::int64_t xs, T* y, std::int64_t ys)
+{
+    for (const entry<T>& e : a) y[e.row * ys] += (alpha * e.value) * x[e.col * xs];
+}
+
 // beta*y + alpha*A*x for each element of y, with the magnitudes that went in. Beta zero removes y, whatever it holds.
 // Kernels of some classes add entries of the wrong triangle and take them back, or scatter twice: `passed` are all
 // terms that may pass through an element, for its gauge.

@@ -1,9 +1,8 @@
-// tests/spblas/blocks_support.hpp - kernels outside the grammar by type and width, and a heap that refuses.
+// tests/spblas/blocks_support.hpp - kernels by type and width, and checks of what they compute in both widths.
 #pragma once
 
-#include "frame/services.hpp"
 #include "spblas/arguments.hpp"
-#include "tests/spblas/csr_support.hpp"
+#include "tests/spblas/support.hpp"
 #include "tests/support/backend.hpp"
 
 #include <gtest/gtest.h>
@@ -46,11 +45,8 @@ using NumbersAndWidths =
                    pair_of<float, std::int32_t>, pair_of<double, std::int32_t>,
                    pair_of<std::complex<float>, std::int32_t>, pair_of<std::complex<double>, std::int32_t>>;
 
-inline struct {
-    int refused_from = -1, asked = 0, live = 0; // number of the first refused allocation, none if negative
-    std::uint64_t bytes = 0;
-    void refuse(int from) { refused_from = from, asked = 0; }
-} heap;
+// All but the first `grants` allocations from now on are refused; none if negative.
+inline void refuse_after(int grants) { heap.asked = 0, heap.grants = grants < 0 ? INT_MAX : grants; }
 
 // Whole numbers, so that sums and products are exact in any order.
 template <class T>
@@ -90,40 +86,4 @@ void expect_product(oracle::meaning w, const std::vector<oracle::entry<T>>& a, T
     EXPECT_TRUE(y.unchanged_outside(before, r0, r1, 0, y.cols)) << "written outside";
 }
 
-// op(A)*x meets the right-hand side within the rounding of that very sum: substitution is backward stable row by row
-// (Higham 2002, ch. 8).
-template <class T>
-void expect_solution(oracle::meaning w, const std::vector<oracle::entry<T>>& a, const dense<T>& x,
-                     const dense<T>& right)
-{
-    const auto meant = oracle::defined(w, a, 0, x.rows);
-    const oracle::products<T> residual(meant, meant, T(1), x.data(), 1, T{}, nullptr, 0, x.rows);
-    for (std::int64_t r = 0; r < x.rows; ++r) {
-        const oracle::wide<T> wanted = right.at(r, 0), error = std::abs(residual.exact[ix(r)] - wanted);
-        EXPECT_LE(
-            oracle::error_units(T{}, error, residual.gauge[ix(r)] + std::abs(wanted), residual.terms[ix(r)] + 4),
-            is_complex<T> ? 4 : 2)
-            << r;
-    }
-    EXPECT_TRUE(x.unchanged_outside(right, 0, x.rows, 0, 1)) << "written outside";
-}
-
 } // namespace vrn::test
-
-// Found ahead of the host's; included once in a program.
-extern "C" void* vrn_serv_allocate(std::uint64_t size, std::int32_t alignment)
-{
-    using vrn::test::heap;
-    EXPECT_EQ(alignment, 128);
-    heap.bytes = size;
-    if (heap.refused_from >= 0 && heap.asked >= heap.refused_from) return ++heap.asked, nullptr;
-    ++heap.asked, ++heap.live;
-    void* block = std::malloc(size + 1);
-    std::memset(block, 0xff, size); // lest old contents hide a fault
-    return block;
-}
-extern "C" void vrn_serv_deallocate(void* block)
-{
-    if (block != nullptr) --vrn::test::heap.live;
-    std::free(block);
-}

@@ -62,7 +62,7 @@ struct Convert : testing::Test {
     void TearDown() override
     {
         EXPECT_EQ(heap.live, 0);
-        heap.refuse(-1);
+        refuse_after(-1);
     }
 };
 TYPED_TEST_SUITE(Convert, NumbersAndWidths);
@@ -188,14 +188,14 @@ TYPED_TEST(Convert, Dia)
                       &ndiag, rest.a.data(), rest.ja.data(), rest.ia.data(), &info);
                 };
                 if (m > 0) {
-                    heap.refuse(0);
+                    refuse_after(0);
                     convert(s);
                     EXPECT_EQ(info, -1);
-                    heap.refuse(-1);
+                    refuse_after(-1);
                 }
                 convert(s);
                 EXPECT_EQ(info, 0);
-                EXPECT_TRUE(m == 0 || heap.bytes == static_cast<std::uint64_t>(2 * m - 1) * sizeof(I));
+                EXPECT_TRUE(m == 0 || heap.size == static_cast<std::uint64_t>(2 * m - 1) * sizeof(I));
                 std::map<I, I> size;
                 for (I i = 0; i < m; ++i)
                     for (I k = s.ia[ix(i)] - 1; k < s.ia[ix(i + 1)] - 1; ++k) ++size[s.ja[ix(k)] - 1 - i];
@@ -292,18 +292,18 @@ TYPED_TEST(Convert, Bsr)
                 EXPECT_EQ(info, 1);
                 convert(m, lb, lb * lb - 1, s);
                 EXPECT_EQ(info, 2);
-                heap.refuse(0);
+                refuse_after(0);
                 convert(m, lb, lval, s);
                 EXPECT_EQ(info, -1);
-                EXPECT_EQ(heap.bytes, static_cast<std::uint64_t>(mb) * 16);
+                EXPECT_EQ(heap.size, static_cast<std::uint64_t>(mb) * 16);
                 EXPECT_EQ(iab[0], -3);
-                heap.refuse(-1);
+                refuse_after(-1);
                 convert(m, lb, lval, s);
                 const auto counted = iab;
                 EXPECT_EQ(jab[0], -3) << "counts alone";
                 job[5] = 0;
                 convert(m, lb, lval, s);
-                EXPECT_EQ(heap.bytes, static_cast<std::uint64_t>(mb) * 8);
+                EXPECT_EQ(heap.size, static_cast<std::uint64_t>(mb) * 8);
                 EXPECT_EQ(absr[0], T(-3)) << "the pattern alone";
                 job[5] = 1;
                 convert(m, lb, lval, s);

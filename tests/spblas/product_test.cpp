@@ -112,13 +112,13 @@ struct Product : testing::Test {
         }
         EXPECT_EQ(heap.live, 0);
         for (int good = 0;; ++good) {
-            heap.refuse(good);
+            refuse_after(good);
             f(I{0}, &total, c, info);
             EXPECT_EQ(heap.live, 0);
             if (heap.asked <= good) break;
             EXPECT_EQ(info, -1);
         }
-        heap.refuse(-1);
+        refuse_after(-1);
     }
 };
 TYPED_TEST_SUITE(Product, NumbersAndWidths);
