@@ -1,7 +1,6 @@
 // spblas/bsr/block.hpp - a small block times a few elements of x, with everything in registers.
 //
-// The LB*LB elements of a block are taken as they lie in memory, a vector at a time, whatever rows meet in one
-// vector:
+// The LB*LB elements of a block are taken as they lie in memory, a vector at a time, whatever rows meet in it:
 //
 //     LB 3, by rows, double      m00 m01 | m02 m10 | m11 m12 | m20 m21 | m22     val, no lane is idle
 //                                x0  x1    x2  x0    x1  x2    x0  x1    x2      what they are multiplied by
@@ -61,12 +60,15 @@ struct beside<double, LB> {
 template <int LB>
 struct beside<float, LB> {
     const float* x;
-    vec<float> low = LB == 2 ? vec<float>::load2(x) : LB == 3 ? vec<float>::load3(x) : vec<float>::loadu(x);
+    // Three elements as x0 x1 x1 x2, from two loads: a lone x2 would reach its lane by insertps, which waits for what
+    // its register held before.
+    vec<float> low = LB == 2 ? vec<float>::load2(x) : LB == 3 ? vec<float>::halves(x, x + 1) : vec<float>::loadu(x);
     vec<float> high = LB == 5 ? vec<float>::load1(x + 4) : LB == 6 ? vec<float>::load2(x + 4) : vec<float>::zero();
+    static constexpr int lane(int col) { return LB == 3 && col == 2 ? 3 : col; }
     template <int A, int B, int C, int D>
     [[gnu::always_inline]] vec<float> at() const
     {
-        return {__builtin_shufflevector(low.v, high.v, A, B, C, D)};
+        return {__builtin_shufflevector(low.v, high.v, lane(A), lane(B), lane(C), lane(D))};
     }
 };
 

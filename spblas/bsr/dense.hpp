@@ -2,9 +2,10 @@
 //
 //     general        op none: a block row of C is held in registers while its blocks pass
 //                    else: every block transposed onto the rows that its column names
-//     skew           blocks below the diagonal and their negative mirror image; of diagonal blocks the strict
-//     triangle diag           the diagonal blocks tr             one triangle, or its transpose; its diagonal as
-//     stored or one sym, her       one triangle and its mirror image, which her conjugates
+//     skew           blocks below the diagonal and their negative mirror image, the diagonal left out
+//     diag           the diagonal blocks
+//     tr             one triangle, or its transpose; its diagonal as stored or one
+//     sym, her       one triangle and its mirror image, which her conjugates
 //
 // The vectors lie across the columns of C: neighbours by rows, and gathered from pairs of columns by columns, so that
 // an element of A serves several columns in both layouts. Sides 2 and 3 have own bodies. Called by name through the
@@ -116,6 +117,8 @@ template <layout L, class T, class I>
 [[gnu::noinline, gnu::flatten]] void add_row(const matrix<T, I>& a, std::ptrdiff_t i, T alpha, const operands<T>& d)
 {
     const std::ptrdiff_t begin = a.begin(i), end = a.end(i);
+    // By columns alpha meets B first; by rows the whole sum, which is one product less a step.
+    constexpr bool sums = L == layout::rows;
     by_dense_side(
         a.lb, [&](auto side) __attribute__((always_inline)) {
             over_columns<L>(
@@ -125,11 +128,15 @@ template <layout L, class T, class I>
                             const std::ptrdiff_t lb = side > 0 ? std::ptrdiff_t{side} : a.lb;
                             const steps at = steps_of<L>(lb);
                             typename decltype(x)::value sum[rows];
-                            simd::unroll<rows>([&](auto q) { sum[q] = y.get(i * lb + r + q); });
+                            simd::unroll<rows>(
+                                [&](auto q) { sum[q] = sums ? decltype(y)::zero() : y.get(i * lb + r + q); });
                             for (std::ptrdiff_t k = begin; k < end; ++k)
-                                add_products<false, true, rows, side>(sum, a.val + k * lb * lb + r * at.row, at, lb,
-                                                                      alpha, x, a.col(k) * lb);
-                            simd::unroll<rows>([&](auto q) { y.put(i * lb + r + q, sum[q]); });
+                                add_products<false, !sums, rows, side>(sum, a.val + k * lb * lb + r * at.row, at, lb,
+                                                                       alpha, x, a.col(k) * lb);
+                            simd::unroll<rows>([&](auto q) {
+                                if constexpr (sums) y.put(i * lb + r + q, y.get(i * lb + r + q) + alpha * sum[q]);
+                                else y.put(i * lb + r + q, sum[q]);
+                            });
                         });
                 });
         });

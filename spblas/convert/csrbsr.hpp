@@ -27,11 +27,13 @@ void insertion_sort(I* ja, std::ptrdiff_t size)
     }
 }
 
-template <class T, class I>
-void csr_to_bsr(const I* job, I m, I lb, I lval, const T* acsr, const I* ja, const I* ia, T* absr, I* jab, I* iab,
+// LB is the side where it is a constant, for the divisions and loops of usual sides, else 0.
+template <int LB, class T, class I>
+void csr_to_bsr(const I* job, I m, I any, I lval, const T* acsr, const I* ja, const I* ia, T* absr, I* jab, I* iab,
                 I* info)
 {
-    const I base = job[2], mb = m > 0 ? (m - 1) / lb + 1 : 0;
+    const I lb = LB > 0 ? LB : any, from_base = job[1], base = job[2], origin = ia[0],
+            mb = m > 0 ? (m - 1) / lb + 1 : 0;
     const bool lists = job[5] >= 0, fills = job[5] > 0;
     const std::uint64_t bytes = static_cast<std::uint64_t>(mb) * 8;
     auto* const mark = static_cast<std::int64_t*>(vrn_serv_allocate(lists ? bytes : 2 * bytes, 128));
@@ -44,19 +46,25 @@ void csr_to_bsr(const I* job, I m, I lb, I lval, const T* acsr, const I* ja, con
         I* const met = lists ? jab + blocks : reinterpret_cast<I*>(mark + mb);
         const I from = i * lb, to = m - from < lb ? m : from + lb;
         I count = 0;
-        for (I k = ia[from] - ia[0], end = ia[to] - ia[0]; k < end; ++k) {
-            const I j = (ja[k] - job[1]) / lb;
+        // f(j, k, column in block j); neighbours mostly share a block, and then nothing is divided.
+        auto over = [&](I row, I end_row, auto&& f) {
+            for (I k = ia[row] - origin, end = ia[end_row] - origin, first = -lb, j = 0; k < end; ++k) {
+                const I col = ja[k] - from_base;
+                if (col < first || col >= first + lb) j = col / lb, first = j * lb;
+                f(j, k, col - first);
+            }
+        };
+        over(from, to, [&](I j, I, I) {
             if (mark[j] == 0) mark[j] = 1, met[count++] = j;
-        }
+        });
         if (lists) insertion_sort(met, count);
         if (fills) {
             clear(absr + blocks * lval, std::ptrdiff_t{count} * lval);
-            for (I q = 0; q < count; ++q) mark[met[q]] = blocks + q;
+            for (I q = 0; q < count; ++q) mark[met[q]] = (blocks + q) * lval;
             for (I row = from; row < to; ++row)
-                for (I k = ia[row] - ia[0], end = ia[row + 1] - ia[0]; k < end; ++k) {
-                    const I col = ja[k] - job[1], j = col / lb;
-                    absr[mark[j] * lval + (row - from) * row_step + (col - j * lb) * col_step] = acsr[k];
-                }
+                over(row, row + 1, [&, line = absr + (row - from) * row_step](I j, I k, I col) {
+                    line[mark[j] + col * col_step] = acsr[k];
+                });
         }
         for (I q = 0; q < count; ++q) {
             mark[met[q]] = 0;
@@ -68,28 +76,43 @@ void csr_to_bsr(const I* job, I m, I lb, I lval, const T* acsr, const I* ja, con
     vrn_serv_deallocate(mark);
 }
 
-template <class T, class I>
-void bsr_to_csr(const I* job, I mb, I lb, I lval, T* acsr, I* ja, I* ia, const T* absr, const I* jab, const I* iab)
+enum class filled { pointers, pattern, all };
+
+template <int LB, filled What, class T, class I>
+void bsr_to_csr(const I* job, I mb, I any, I lval, T* acsr, I* ja, I* ia, const T* absr, const I* jab, const I* iab)
 {
-    const I base = job[2];
+    const I lb = LB > 0 ? LB : any, base = job[2], to_base = job[1], origin = iab[0];
     const std::ptrdiff_t row_step = base == 0 ? lb : 1, col_step = base == 0 ? 1 : lb;
     std::ptrdiff_t to = 0;
-    ia[0] = job[1];
+    ia[0] = to_base;
     for (I i = 0; i < mb; ++i)
         for (I r = 0; r < lb; ++r) {
-            for (I k = iab[i] - iab[0], end = iab[i + 1] - iab[0]; k < end; ++k) {
-                const T* block = absr + std::ptrdiff_t{k} * lval + r * row_step;
-                const I first = (jab[k] - base) * lb + job[1];
-                for (I s = 0; s < lb; ++s) {
-                    const T value = block[s * col_step];
-                    if (value == T{}) continue;
-                    if (job[5] >= 0) ja[to] = first + s;
-                    if (job[5] > 0) acsr[to] = value;
+            for (I k = iab[i] - origin, end = iab[i + 1] - origin; k < end; ++k) {
+                const T* element = absr + std::ptrdiff_t{k} * lval + r * row_step;
+                const I first = (jab[k] - base) * lb + to_base;
+                auto take = [&](I s) __attribute__((always_inline))
+                {
+                    const T value = element[s * col_step];
+                    if (value == T{}) return;
+                    if constexpr (What != filled::pointers) ja[to] = first + s;
+                    if constexpr (What == filled::all) acsr[to] = value;
                     ++to;
-                }
+                };
+                if constexpr (LB > 0) simd::unroll<LB>([&](auto s) { take(s); });
+                else
+                    for (I s = 0; s < lb; ++s) take(s);
             }
-            ia[i * lb + r + 1] = static_cast<I>(to) + job[1];
+            ia[i * lb + r + 1] = static_cast<I>(to) + to_base;
         }
+}
+
+template <int LB, class T, class I>
+void csrbsr_side(const I* job, I m, I lb, I lval, T* acsr, I* ja, I* ia, T* absr, I* jab, I* iab, I* info)
+{
+    if (job[0] == 0) csr_to_bsr<LB>(job, m, lb, lval, acsr, ja, ia, absr, jab, iab, info);
+    else if (job[5] > 0) bsr_to_csr<LB, filled::all>(job, m, lb, lval, acsr, ja, ia, absr, jab, iab);
+    else if (job[5] == 0) bsr_to_csr<0, filled::pattern>(job, m, lb, lval, acsr, ja, ia, absr, jab, iab);
+    else bsr_to_csr<0, filled::pointers>(job, m, lb, lval, acsr, ja, ia, absr, jab, iab);
 }
 
 template <class T, class I>
@@ -99,8 +122,9 @@ void csrbsr(const I* job, const I* m, const I* lb, const I* lval, T* acsr, I* ja
     *info = 0;
     if (*lb < 1) return void(*info = 1);
     if (*lval < *lb * *lb) return void(*info = 2);
-    if (job[0] == 0) csr_to_bsr(job, *m, *lb, *lval, acsr, ja, ia, absr, jab, iab, info);
-    else bsr_to_csr(job, *m, *lb, *lval, acsr, ja, ia, absr, jab, iab);
+    if (*lb == 2) csrbsr_side<2>(job, *m, *lb, *lval, acsr, ja, ia, absr, jab, iab, info);
+    else if (*lb == 3) csrbsr_side<3>(job, *m, *lb, *lval, acsr, ja, ia, absr, jab, iab, info);
+    else csrbsr_side<0>(job, *m, *lb, *lval, acsr, ja, ia, absr, jab, iab, info);
 }
 
 } // namespace vrn::spblas::convert

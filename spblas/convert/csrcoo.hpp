@@ -3,9 +3,9 @@
 //     job[0]  0 CSR to COO, 1 COO to CSR, 2 the same with rows sorted at the end
 //     job[1], job[2]  base of the CSR and of the COO arrays
 //     job[4]  capacity: to COO of all entries, to CSR where job[5] is 0
-//     job[5]  to COO: 1 rowind, 2 colind too, 3 values too. To CSR: 1 ia alone; 2 ja and acsr alone, entry k of COO
-//     as
-//             entry k of CSR (its arrays may be the same ones); else all, and 0 tests the capacity
+//     job[5]  to COO: 1 rowind, 2 colind too, 3 values too
+//             to CSR: 1 ia alone; 2 ja and acsr alone, entry k of COO as entry k of CSR (the arrays may be the same
+//             ones); else all, and 0 tests the capacity
 //     info    1 the capacity does not suffice, 2 unknown job[5] to COO, else 0
 //
 // Both directions are one pass over the entries beside a counting pass; entries of a row keep their order. Called by
@@ -29,10 +29,12 @@ void csr_to_coo(const I* job, I m, const T* acsr, const I* ja, const I* ia, I* n
         std::memcpy(static_cast<void*>(acoo), acsr, static_cast<std::size_t>(count) * sizeof(T));
     if (arrays >= 2) {
         const I shift = job[2] - job[1];
-        for (I k = 0; k < count; ++k) colind[k] = ja[k] + shift;
+        if (shift == 0 && count > 0) std::memcpy(colind, ja, static_cast<std::size_t>(count) * sizeof(I));
+        else
+            for (I k = 0; k < count; ++k) colind[k] = ja[k] + shift;
     }
-    for (I i = 0; i < m; ++i)
-        for (I k = ia[i] - ia[0], end = ia[i + 1] - ia[0]; k < end; ++k) rowind[k] = i + job[2];
+    for (I i = 0, k = 0, origin = ia[0], base = job[2]; i < m; ++i)
+        for (const I end = ia[i + 1] - origin; k < end; ++k) rowind[k] = i + base;
 }
 
 template <class T, class I>

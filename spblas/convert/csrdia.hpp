@@ -2,9 +2,9 @@
 //
 //     job[0]  0 CSR to DIA, else back
 //     job[1], job[2]  base of the CSR arrays, and of those for the rest
-//     job[5]  to DIA, tens: 0 the caller's idiag, else the routine chooses; units: not 0 stores what fits no diagonal
-//     in
-//             (acsr_rem, ja_rem, ia_rem), 0 drops it. To CSR: 0 drops zeros
+//     job[5]  to DIA, tens: 0 the caller's idiag, else the routine chooses
+//             to DIA, units: 0 drops what fits no diagonal, else stores it in (acsr_rem, ja_rem, ia_rem)
+//             to CSR: 0 drops zeros
 //     info    -1 where memory was refused, else 0
 //
 // The routine chooses up to *ndiag diagonals, the fullest ones (of equal ones the lower), in ascending order, as the

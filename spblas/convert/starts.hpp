@@ -1,5 +1,5 @@
 // spblas/convert/starts.hpp - row pointers from counted entries: count, sum, place, and back by one.
-// ia serves as counter and as position, so that nothing is allocated. C is the integer that positions are kept in.
+// ia serves as counter and as position, so that nothing is allocated.
 #pragma once
 
 #include <cstddef>

@@ -4,8 +4,8 @@
 // met first is filed, one met again is added to. Rows of C so stand in the order of first touch.
 //
 //     mcsr_notr     C := A*B on a range of rows
-//     multcsr_tr    transpose(A)*B: each row of A is linked to its next column, in memory of the order of the
-//     matrices multcsr_trom  transpose(A)*B over a transposed copy of A, rows of C sorted
+//     multcsr_tr    transpose(A)*B: rows of A are linked by their next column, in memory of the order of A
+//     multcsr_trom  transpose(A)*B over a transposed copy of A, rows of C sorted
 //
 // request 1 counts, 0 does all up to a capacity, any other fills rows whose places are known. Each allocates its
 // markers; info is -1 where that is refused. Called by name through the generated exports.
@@ -26,66 +26,67 @@ I* integers(std::ptrdiff_t count)
     return static_cast<I*>(vrn_serv_allocate(static_cast<std::uint64_t>(count) * sizeof(I), 128));
 }
 
-// C is the part of a row that is being made: c[p] and jc[p], p from `begin` on.
+// A row of C that is being made: c[p] and jc[p], p from `begin` on.
 template <class T, class I>
 struct growing_row {
     I* marker; // of column j one-based: one more than its p, or 0
     T* c;
     I* jc;
-    I begin, p, limit; // as many entries as there are places
+    std::ptrdiff_t begin, p, limit; // as many entries as there are places
 
-    // The row of B from k to end, times v. False where a new entry has no place.
+    // The entries from k to end of B, times v. False where a new entry has no place.
     template <bool Bounded>
-    [[gnu::always_inline]] bool add(T v, const T* b, const I* jb, I k, I end)
+    [[gnu::always_inline]] bool add(T v, const T* b, const I* jb, std::ptrdiff_t k, std::ptrdiff_t end)
     {
         for (; k < end; ++k) {
             const I j = jb[k];
             const T w = b[k] * v;
-            const I at = marker[j];
+            const std::ptrdiff_t at = marker[j];
             if (at == 0) {
                 if (Bounded && p >= limit) return false;
                 jc[p] = j, c[p] = w;
-                marker[j] = ++p;
+                marker[j] = static_cast<I>(++p);
             } else c[at - 1] = c[at - 1] + w;
         }
         return true;
     }
     void close()
     {
-        for (I q = begin; q < p; ++q) marker[jc[q]] = 0;
+        std::ptrdiff_t q = begin;
+        for (; q + 1 < p; q += 2) marker[jc[q]] = 0, marker[jc[q + 1]] = 0;
+        if (q < p) marker[jc[q]] = 0;
     }
 };
 
-// Columns of B's row that are not marked yet go onto the list.
+// How many of the columns from k to end are new to row `stamp`, one-based, which then has them. A column's mark is
+// the last row that named it, so that nothing has to be listed and cleared, and the count steps without a branch:
+// half the time of a list on short rows.
 template <class I>
-[[gnu::always_inline]] inline I file_columns(const I* jb, I k, I end, I* marker, I* list, I count)
+[[gnu::always_inline]] inline I new_columns(const I* jb, std::ptrdiff_t k, std::ptrdiff_t end, I* mark, I stamp)
 {
-    // A column is written wherever it may belong and the count says whether it stays: no branch to mispredict.
+    I count = 0;
     for (; k < end; ++k) {
         const I j = jb[k];
-        list[count] = j;
-        count += marker[j] == 0;
-        marker[j] = 1;
+        count += mark[j] != stamp;
+        mark[j] = stamp;
     }
     return count;
 }
 
 // Entries of each row, without making them.
-template <class T, class I>
+template <class I>
 bool count_rows(I first, I last, I n, const I* ja, const I* ia, const I* jb, const I* ib, I* ic)
 {
-    I* const marker = integers<I>(2 * std::ptrdiff_t{n});
-    if (marker == nullptr) return false;
-    I *const from_one = marker - 1, *const list = marker + n;
-    convert::clear(marker, n);
-    for (I i = first - 1; i < last; ++i) {
+    I* const mark = integers<I>(n);
+    if (mark == nullptr) return false;
+    convert::clear(mark, n);
+    for (std::ptrdiff_t i = first - std::ptrdiff_t{1}; i < last; ++i) {
         I count = 0;
-        for (I k = ia[i] - 1; k < ia[i + 1] - 1; ++k)
-            count = file_columns(jb, ib[ja[k] - 1] - 1, ib[ja[k]] - 1, from_one, list, count);
+        for (std::ptrdiff_t k = ia[i] - 1, end = ia[i + 1] - 1; k < end; ++k)
+            count += new_columns(jb, ib[ja[k] - 1] - 1, ib[ja[k]] - 1, mark - 1, static_cast<I>(i + 1));
         ic[i] = count;
-        for (I q = 0; q < count; ++q) from_one[list[q]] = 0;
     }
-    vrn_serv_deallocate(marker);
+    vrn_serv_deallocate(mark);
     return true;
 }
 
@@ -97,15 +98,23 @@ I fill_rows(I first, I last, I n, I limit, const T* a, const I* ja, const I* ia,
     if (marker == nullptr) return -1;
     convert::clear(marker, n);
     I info = 0;
-    for (I i = first - 1; i < last && info == 0; ++i) {
+    for (std::ptrdiff_t i = first - std::ptrdiff_t{1}; i < last && info == 0; ++i) {
         growing_row<T, I> row{marker - 1, c, jc, ic[i] - 1, ic[i] - 1, limit};
-        for (I k = ia[i] - 1; k < ia[i + 1] - 1; ++k)
-            if (!row.template add<Bounded>(a[k], b, jb, ib[ja[k] - 1] - 1, ib[ja[k]] - 1)) {
-                info = i + 1;
+        for (std::ptrdiff_t k = ia[i] - 1, end = ia[i + 1] - 1; k < end; ++k) {
+            const std::ptrdiff_t r = ja[k];
+            if (k + 1 < end) {
+                // Rows of B come from anywhere: the next one is on its way while this one is added.
+                const std::ptrdiff_t next = ib[ja[k + 1] - 1] - 1;
+                simd::prefetch(jb + next);
+                simd::prefetch(b + next);
+            }
+            if (!row.template add<Bounded>(a[k], b, jb, ib[r - 1] - 1, ib[r] - 1)) {
+                info = static_cast<I>(i + 1);
                 break;
             }
+        }
         row.close();
-        if (Bounded && info == 0) ic[i + 1] = row.p + 1;
+        if (Bounded && info == 0) ic[i + 1] = static_cast<I>(row.p + 1);
     }
     vrn_serv_deallocate(marker);
     return info;
@@ -119,7 +128,7 @@ void mcsr_notr(const I* first, const I* last, const I* n, const I* request, cons
                const I* ja, const I* ia, const T* b, const I* jb, const I* ib, T* c, I* jc, I* ic, const I* nzmax,
                const I* start, const void* /*unread2*/, I* info)
 {
-    if (*request == 1) *info = count_rows<T>(*first, *last, *n, ja, ia, jb, ib, ic) ? 0 : -1;
+    if (*request == 1) *info = count_rows(*first, *last, *n, ja, ia, jb, ib, ic) ? 0 : -1;
     else if (*request == 0) {
         ic[0] = *start + 1;
         *info = fill_rows<true>(*first, *last, *n, nzmax == nullptr ? no_limit<I> : *nzmax, a, ja, ia, b, jb, ib, c,
@@ -170,20 +179,19 @@ I multiply_linked(I m, I n, I k, const T* a, const I* ja, const I* ia, const T* 
                   I* jc, I* ic, I limit)
 {
     const std::ptrdiff_t links = linked_columns<I>::size(m, n);
-    I* const memory = integers<I>(links + (Wanted == wanted::count ? 2 : 1) * std::ptrdiff_t{k});
+    I* const memory = integers<I>(links + k);
     if (memory == nullptr) return -1;
     linked_columns<I> columns(memory, m, n, ja, ia);
-    I *const marker = memory + links, *const list = marker + k;
+    I* const marker = memory + links;
     convert::clear(marker, k);
     I info = 0;
     if (Wanted == wanted::bounded) ic[0] = 1;
     for (I j = 0; j < n && info == 0; ++j) {
         if constexpr (Wanted == wanted::count) {
             I count = 0;
-            columns.over(
-                j, [&](I r, I) { count = file_columns(jb, ib[r - 1] - 1, ib[r] - 1, marker - 1, list, count); });
+            columns.over(j,
+                         [&](I r, I) { count += new_columns<I>(jb, ib[r - 1] - 1, ib[r] - 1, marker - 1, j + 1); });
             ic[j] = count;
-            for (I q = 0; q < count; ++q) marker[list[q] - 1] = 0;
         } else {
             growing_row<T, I> row{marker - 1, c, jc, ic[j] - 1, ic[j] - 1, limit};
             columns.over(j, [&](I r, I place) {
@@ -192,7 +200,7 @@ I multiply_linked(I m, I n, I k, const T* a, const I* ja, const I* ia, const T* 
                     info = j + 1;
             });
             row.close();
-            if (Wanted == wanted::bounded && info == 0) ic[j + 1] = row.p + 1;
+            if (Wanted == wanted::bounded && info == 0) ic[j + 1] = static_cast<I>(row.p + 1);
         }
     }
     vrn_serv_deallocate(memory);
