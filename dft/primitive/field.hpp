@@ -16,6 +16,34 @@ namespace vrn::dft {
 
 enum class layout { planar, blocked };
 
+// ---- parts of vectors ----
+
+// The first `count` lanes, the others 0: memory behind the data may hold anything, subnormal numbers too, and those
+// take a hundred times as long to compute with.
+VRN_INLINE vec<double> load_part(const double* p, int count)
+{
+    return count == 1 ? vec<double>::load1(p) : vec<double>::loadu(p);
+}
+VRN_INLINE vec<float> load_part(const float* p, int count)
+{
+    if (count == 4) return vec<float>::loadu(p);
+    return count == 3 ? vec<float>::load3(p) : count == 2 ? vec<float>::load2(p) : vec<float>::load1(p);
+}
+VRN_INLINE void store_part(vec<double> v, double* p, int count)
+{
+    if (count == 1) v.store1(p);
+    else v.storeu(p);
+}
+VRN_INLINE void store_part(vec<float> v, float* p, int count)
+{
+    if (count == 4) v.storeu(p);
+    else if (count == 3) v.store3(p);
+    else if (count == 2) v.store2(p);
+    else v.store1(p);
+}
+
+// ---- where the data lies ----
+
 template <class R, layout L>
 struct field {
     R* data;
@@ -31,6 +59,10 @@ struct field {
         const R* p = re(k);
         if constexpr (L == layout::blocked) return {vec<R>::load(p), vec<R>::load(p + lanes)};
         else return {vec<R>::loadu(p), vec<R>::loadu(p + plane)};
+    }
+    VRN_INLINE apart<R> load(std::ptrdiff_t k, int count) const
+    {
+        return {load_part(re(k), count), load_part(re(k) + plane, count)};
     }
     VRN_INLINE void store(apart<R> x, std::ptrdiff_t k) const
     {
@@ -65,21 +97,6 @@ struct rungs {
         unroll<bases>([&](auto b) VRN_HERE { base[b] += reals; });
     }
 };
-
-// ---- parts of vectors ----
-
-VRN_INLINE void store_part(vec<double> v, double* p, int count)
-{
-    if (count == 1) v.store1(p);
-    else v.storeu(p);
-}
-VRN_INLINE void store_part(vec<float> v, float* p, int count)
-{
-    if (count == 4) v.storeu(p);
-    else if (count == 3) v.store3(p);
-    else if (count == 2) v.store2(p);
-    else v.store1(p);
-}
 
 // Halves of vectors to memory. Spelt out: compilers join two neighbours with a shuffle, and stores have room where
 // shuffles do not.

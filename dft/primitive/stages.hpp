@@ -5,8 +5,7 @@
 //     values last    the same on the one block that is left, written interleaved
 //
 // A stage runs along k, a vector of neighbours at a time, and reads its twiddles in turn: for each vector of k, for
-// i = 1 .. r-1, cosines and then sines. The vector at the end of a block is read whole and stored in part; what lies
-// behind it is the next part of the block, or slack that the work area has (work_slack).
+// i = 1 .. r-1, cosines and then sines. The vector at the end of a block is read and stored in part.
 #pragma once
 
 #include "dft/codelets/butterfly.hpp"
@@ -42,7 +41,7 @@ VRN_INLINE void stage_step(const stage_call<R, L>& c, field<R, L> data, int k, c
     constexpr int lanes = V::lanes;
     const std::ptrdiff_t m = c.m;
     const auto load = [&](auto i) VRN_HERE {
-        const apart<R> y = data.load(k + i * m);
+        const apart<R> y = width == lanes ? data.load(k + i * m) : data.load(k + i * m, width);
         const R* w = twiddles + (i - 1) * 2 * lanes;
         if (i == 0) return y;
         return times(y, V::load(w), V::load(w + lanes));
