@@ -6,6 +6,8 @@
 
 #include "dft/primitive/plan.hpp"
 
+#include <algorithm>
+
 namespace vrn::dft {
 namespace {
 
@@ -97,22 +99,35 @@ struct runner {
             const auto kernel = kernels[s.radix / 16][aligned];
             kernel({in, s.product, permutation, data, s.product, {}, stages[0].radix});
         }
-        run(0, 0);
+        run(0, {0, 1, 0});
     }
-    // Passes s .. last on values begin .. begin + radix * remaining of stage s.
-    void run(int s, std::int32_t begin) const
+    // Stretches of the data that go through the same passes together.
+    struct stretches {
+        std::int32_t begin, count, distance;
+    };
+    // Passes s .. last on stretches of radix * remaining values of stage s. The outermost parts go `batching` at a
+    // time: neighbours of the input, they share its lines.
+    void run(int s, stretches at) const
     {
         const stage_record& top = stages[s];
         const std::int32_t size = top.radix * top.remaining;
-        if (s == last) {
-            leaves(begin, size);
-        } else if (size > limit) {
-            for (std::int32_t i = 0; i < top.radix; ++i) run(s + 1, begin + i * top.remaining);
-            combine(s, begin, size);
-        } else {
-            leaves(begin, size);
-            for (int t = last - 1; t >= s; --t) combine(t, begin, size);
+        const auto each = [at](auto&& pass) {
+            for (std::int32_t i = 0; i < at.count; ++i) pass(at.begin + i * at.distance);
+        };
+        if (s == last || size <= limit) {
+            each([&](std::int32_t begin) { leaves(begin, size); });
+            each([&](std::int32_t begin) {
+                for (int t = last - 1; t >= s; --t) combine(t, begin, size);
+            });
+            return;
         }
+        const std::int32_t together = s == 0 ? std::max(top.batching, 1) : 1;
+        for (std::int32_t i = 0; i < top.radix; i += together) {
+            const std::int32_t begin = at.begin + i * top.remaining;
+            if (s == 0) run(1, {begin, std::min(together, top.radix - i), top.remaining});
+            else run(s + 1, {begin, at.count, at.distance});
+        }
+        each([&](std::int32_t begin) { combine(s, begin, size); });
     }
     void leaves(std::int32_t begin, std::int32_t size) const
     {
