@@ -24,6 +24,7 @@ help: ## what there is
 demo: library ## build and run the demonstration; DATA=file.csv takes your own numbers
 	$(build) release --target demo
 	$(release)/bin/demo $(DATA)
+	$(build) release --target spectrum && $(release)/bin/spectrum
 
 test: ## build everything and run all tests; TESTS=regex picks some
 	@tools/setup build test
