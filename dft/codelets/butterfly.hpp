@@ -161,8 +161,8 @@ struct power_indices {
 };
 
 // A part of a longer transform: out of line where it is long itself and not the heart of a power of 2. That halves
-// the size and the build time of the codelets. Parts of 7 stay in line: passing 7 values through memory costs 49 and 56 a
-// third of their time.
+// the size and the build time of the codelets. Parts of 7 stay in line: passing 7 values through memory costs 49 and
+// 56 a third of their time.
 template <int N, class C>
 [[gnu::noinline]] void butterfly_call(C (&x)[N])
 {
