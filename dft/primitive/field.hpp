@@ -1,9 +1,9 @@
 // dft/primitive/field.hpp - the data between passes: real and imaginary parts apart, so that no pass shuffles.
 //
-//     planar    re re re ..      im im im ..     two arrays, a plane apart; any radices, ends of blocks in part
-//     vectors blocked   re re im im re re im im ..       whole vectors in turn; powers of 2, where two arrays would
-//     meet in
-//                                                the same cache sets
+//     planar     re re re ..      im im im ..     two arrays; any radices, ends of blocks in part
+//     blocked    re re im im re re im im ..       whole vectors in turn; powers of 2
+//
+// Two arrays a power of 2 long would meet in the same sets of the cache.
 // Interleaved data turns into this in the first pass and back in the last. The inverse is the forward transform with
 // the parts exchanged at both ends, so that all passes between serve both directions.
 #pragma once

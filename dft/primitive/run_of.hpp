@@ -27,21 +27,21 @@ constexpr stage_kernel<L> stage_of(int radix)
         return radix == 4 ? stage_blocked<4, Last, Exchange, R> : stage_blocked<8, Last, Exchange, R>;
     else switch (radix) {
         case 2:
-            return stage<2, Last, Exchange, R, L>;
+            return stage<2, Last, Exchange, R>;
         case 3:
-            return stage<3, Last, Exchange, R, L>;
+            return stage<3, Last, Exchange, R>;
         case 4:
-            return stage<4, Last, Exchange, R, L>;
+            return stage<4, Last, Exchange, R>;
         case 5:
-            return stage<5, Last, Exchange, R, L>;
+            return stage<5, Last, Exchange, R>;
         case 7:
-            return stage<7, Last, Exchange, R, L>;
+            return stage<7, Last, Exchange, R>;
         case 11:
-            return stage<11, Last, Exchange, R, L>;
+            return stage<11, Last, Exchange, R>;
         case 13:
-            return stage<13, Last, Exchange, R, L>;
+            return stage<13, Last, Exchange, R>;
         default:
-            return stage<0, Last, Exchange, R, L>;
+            return stage<0, Last, Exchange, R>;
         }
 }
 template <bool Exchange>

@@ -34,8 +34,9 @@ struct stage_call {
 };
 
 // `width` values from k on: load, twiddle, butterfly, store. Radix 0 is any, at run time.
-template <int Radix, bool Last, bool Exchange, class R, layout L>
-VRN_INLINE void stage_step(const stage_call<R, L>& c, field<R, L> data, int k, const R* twiddles, int width)
+template <int Radix, bool Last, bool Exchange, class R>
+VRN_INLINE void stage_step(const stage_call<R, layout::planar>& c, field<R, layout::planar> data, int k,
+                           const R* twiddles, int width)
 {
     using V = vec<R>;
     constexpr int lanes = V::lanes;
@@ -64,21 +65,20 @@ VRN_INLINE void stage_step(const stage_call<R, L>& c, field<R, L> data, int k, c
     }
 }
 
-template <int Radix, bool Last, bool Exchange, class R, layout L>
-void stage(const stage_call<R, L>& call)
+template <int Radix, bool Last, bool Exchange, class R>
+void stage(const stage_call<R, layout::planar>& call)
 {
-    const stage_call<R, L> c = call; // a copy that no store can change
+    const stage_call<R, layout::planar> c = call; // a copy that no store can change
     constexpr int lanes = vec<R>::lanes;
     const int radix = Radix == 0 ? c.radix : Radix;
     const std::ptrdiff_t step = 2 * lanes * (radix - 1);
     for (int block = 0; block < c.count; ++block) {
-        const field<R, L> data = c.data.at(static_cast<std::ptrdiff_t>(block) * radix * c.m);
+        const auto data = c.data.at(static_cast<std::ptrdiff_t>(block) * radix * c.m);
         const R* twiddles = c.twiddles;
         int k = 0;
         for (; k + lanes <= c.m; k += lanes, twiddles += step)
             stage_step<Radix, Last, Exchange>(c, data, k, twiddles, lanes);
-        if constexpr (L == layout::planar)
-            if (k < c.m) stage_step<Radix, Last, Exchange>(c, data, k, twiddles, c.m - k);
+        if (k < c.m) stage_step<Radix, Last, Exchange>(c, data, k, twiddles, c.m - k);
     }
 }
 
