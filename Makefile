@@ -21,10 +21,11 @@ build := cmake --build -j $(JOBS) --preset
 help: ## what there is
 	@sed -n 's/^\([a-z-]*\):.*## \(.*\)/  make \1\t\2/p' Makefile | expand -t 24
 
-demo: library ## build and run the demonstrations; DATA=file.csv or DATA=file.mtx takes your own numbers
-	$(build) release --target demo sparse
-	$(if $(filter-out %.mtx,$(or $(DATA),all.csv)),$(release)/bin/demo $(DATA))
+demo: library ## build and run the demonstrations; DATA=file.csv, file.mtx or file.wav takes your own numbers
+	$(build) release --target demo sparse spectrum
+	$(if $(filter-out %.mtx %.wav,$(or $(DATA),all.csv)),$(release)/bin/demo $(DATA))
 	$(if $(filter %.mtx,$(or $(DATA),all.mtx)),$(release)/bin/sparse $(DATA))
+	$(if $(filter %.wav,$(or $(DATA),all.wav)),$(release)/bin/spectrum $(DATA))
 
 test: ## build everything and run all tests; TESTS=regex picks some
 	@tools/setup build test

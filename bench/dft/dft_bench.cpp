@@ -8,6 +8,8 @@
 
 #include <fftw3.h>
 
+#include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <cstdlib>
 #include <string>
@@ -170,6 +172,44 @@ const problem problems[] = {
     {"four 24", {24, 24, 24, 24}},
 };
 
+// Plans made and dropped, beside FFTW's planning without measurements: commits a second, and how many computes one
+// costs.
+void commit_row(benchmark::State& state, std::int64_t n)
+{
+    const problem p{"", {n}};
+    double *x = aligned<double>(static_cast<std::size_t>(2 * n)),
+           *y = aligned<double>(static_cast<std::size_t>(2 * n));
+    std::fill(x, x + 2 * n, 1.0);
+    contest race;
+    race.work = 1e9;
+    race.all.push_back({"ours", true, [&p](long calls) {
+                            while (calls-- > 0) {
+                                vrn_dft_handle h = plan_ours<double>(p, 1);
+                                vrn_dft_free(&h);
+                            }
+                        }});
+    race.all.push_back(
+        {"FFTW", true, [=](long calls) {
+             while (calls-- > 0)
+                 fftw_destroy_plan(fftw_plan_dft_1d(static_cast<int>(n), reinterpret_cast<fftw_complex*>(x),
+                                                    reinterpret_cast<fftw_complex*>(y), FFTW_FORWARD, FFTW_ESTIMATE));
+         }});
+    hold(state, race);
+    vrn_dft_handle h = plan_ours<double>(p, 1);
+    const auto seconds = [&](long calls) {
+        const auto start = std::chrono::steady_clock::now();
+        for (long i = 0; i < calls; ++i) vrn_dft_forward(h, x, y);
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    };
+    const long calls = 1 + static_cast<long>(2e-3 / (seconds(3) / 3));
+    double best = 1e9;
+    for (int pass = 0; pass < 9; ++pass) best = std::min(best, seconds(calls) / static_cast<double>(calls));
+    state.counters["computes"] = 1 / (state.counters["ours"] * best);
+    vrn_dft_free(&h);
+    std::free(x);
+    std::free(y);
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -185,5 +225,9 @@ int main(int argc, char** argv)
             row<double>(s, p, 2);
         })->Iterations(1);
     }
+    for (const std::int64_t n : {16, 64, 100, 256, 1000, 1024, 1009, 4096})
+        benchmark::RegisterBenchmark(("commit/complex " + std::to_string(n)).c_str(), [n](benchmark::State& s) {
+            commit_row(s, n);
+        })->Iterations(1);
     return main_with_head(argc, argv);
 }

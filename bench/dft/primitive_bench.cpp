@@ -18,6 +18,7 @@
 extern "C" int fftw_have_simd_avx() { return 0; }
 extern "C" int fftwf_have_simd_avx() { return 0; }
 
+extern "C" std::int32_t vrn_serv_cpuisbulldozer() { return 0; }
 namespace vrn::dft {
 extern "C" void* vrn_dft_kprMalloc(std::int64_t size)
 {

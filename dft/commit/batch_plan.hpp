@@ -5,7 +5,7 @@
 // for each width 2^i up to the node's stride; a run takes the widest that the preferred width allows and steps down.
 #pragma once
 
-#include "dft/commit/batch_kernels.hpp"
+#include "dft/codelets/batch_kernels.hpp"
 #include "dft/commit/engine.hpp"
 
 namespace vrn::dft {

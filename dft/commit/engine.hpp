@@ -136,11 +136,14 @@ void on_threads(const descriptor* d, std::int64_t threads, Work&& work)
         [](int thread, int team, void* w) { (*static_cast<W*>(w))(thread, team); }, &work);
 }
 
-// One thread's share of `count` things.
+// One thread's share of `count` things; the first threads have one more where it does not divide.
 struct share {
     std::int64_t begin, end;
-    share(std::int64_t count, int thread, int team) : begin(count * thread / team), end(count * (thread + 1) / team)
+    share(std::int64_t count, int thread, int team)
     {
+        const std::int64_t each = count / team, more = count % team;
+        begin = each * thread + std::min<std::int64_t>(thread, more);
+        end = begin + each + (thread < more ? 1 : 0);
     }
 };
 

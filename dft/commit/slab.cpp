@@ -12,6 +12,9 @@ namespace vrn::dft {
 
 namespace {
 
+// A page of its own: every thread reads the record, none writes beside it.
+inline constexpr std::int32_t record_alignment = 4096;
+
 struct slab_record {
     descriptor* first;  // a row, or the rows of a plane
     descriptor* second; // the columns of a plane
@@ -107,7 +110,7 @@ dft_status commit_slab(const commit_method* method, descriptor* d)
         return declined;
     // Every commit makes its inner descriptors anew: they are cheap beside the planes.
     d->decommit(d);
-    auto* r = own_record<slab_record>(method, d);
+    auto* r = own_record<slab_record>(method, d, record_alignment);
     if (r == nullptr) return no_memory;
     lay_out(*r, d, inplace);
     dft_status s = make(&r->first, d, {r->n[0], r->n[1], 1, r->in[1], 1, r->out[1]}, false, inplace);
@@ -177,7 +180,7 @@ dft_status commit_real_slab(const commit_method* method, descriptor* d)
     if (n0 % 2 != 0 || (Rank == 2 ? n0 < 16 || t[1].length <= 16 : n0 <= 8 || t[1].length <= 8 || t[2].length <= 8))
         return declined;
     d->decommit(d);
-    auto* r = own_record<slab_record>(method, d);
+    auto* r = own_record<slab_record>(method, d, record_alignment);
     if (r == nullptr) return no_memory;
     // The rule of two has been checked: the spectrum's strides are the smaller ones, whichever side they are given
     // on.

@@ -21,11 +21,11 @@ extern const commit_method general_dc1d, general_sc1d, general_dcmd, general_scm
 
 // The method's own record, kept from an earlier commit or made new; null where there is no memory.
 template <class Record>
-Record* own_record(const commit_method* method, descriptor* d)
+Record* own_record(const commit_method* method, descriptor* d, std::int32_t alignment = 64)
 {
     if (d->active_method != method) {
         d->decommit(d);
-        d->method_state = new_record<Record>();
+        d->method_state = new_record<Record>(alignment);
         if (d->method_state == nullptr) return nullptr;
         d->active_method = method;
     }

@@ -36,13 +36,24 @@ inline E* at(E* p, std::int64_t reals)
     return reinterpret_cast<E*>(reinterpret_cast<Q*>(p) + reals);
 }
 
-// `packed` columns lie `packed_stride` elements apart; on the strided side stride and distance count reals.
-template <bool Gather, int Width, class E>
+// Rows this far apart are in another page each: what fetches lines ahead by itself stops at a page's end.
+inline constexpr std::int64_t far_apart = 2048;
+inline constexpr std::int64_t rows_ahead = 8; // a power of 2 apart, they share a set that has 8 to 12 lines
+
+// `packed` columns lie `packed_stride` elements apart; on the strided side stride and distance count reals. `Ahead`:
+// lines are asked for before their turn.
+template <bool Gather, int Width, bool Ahead, class E>
 [[gnu::flatten]] void move_columns_of(std::int64_t count, E* packed, std::int64_t packed_stride, E* strided,
                                       std::int64_t stride, std::int64_t distance)
 {
     constexpr std::int64_t parts = simd::element<E>::parts;
     auto step = [&](std::int64_t k, E* row, std::int64_t between) {
+        if constexpr (Ahead) {
+            const auto* ahead = reinterpret_cast<const char*>(row) +
+                                rows_ahead * stride * static_cast<std::int64_t>(sizeof(simd::real_of<E>));
+            __builtin_prefetch(ahead);
+            if constexpr (Width * sizeof(E) >= 128) __builtin_prefetch(ahead + 64);
+        }
         simd::unroll<Width>([&](auto w) {
             E* place = at(row, w * between);
             E* other = packed + w * packed_stride + k;
@@ -60,20 +71,28 @@ template <bool Gather, class E>
 void move_columns(std::int64_t count, std::int64_t width, E* packed, std::int64_t packed_stride, E* strided,
                   std::int64_t stride, std::int64_t distance)
 {
+    const bool ahead =
+        stride * static_cast<std::int64_t>(sizeof(simd::real_of<E>)) >= far_apart && count > rows_ahead;
+    auto move = [&](auto w) {
+        if (ahead && w * sizeof(E) >= 32)
+            move_columns_of<Gather, w, true>(count, packed, packed_stride, strided, stride, distance);
+        else move_columns_of<Gather, w, false>(count, packed, packed_stride, strided, stride, distance);
+    };
     switch (width) {
     case 1:
-        return move_columns_of<Gather, 1>(count, packed, packed_stride, strided, stride, distance);
+        return move(std::integral_constant<int, 1>{});
     case 2:
-        return move_columns_of<Gather, 2>(count, packed, packed_stride, strided, stride, distance);
+        return move(std::integral_constant<int, 2>{});
     case 4:
-        return move_columns_of<Gather, 4>(count, packed, packed_stride, strided, stride, distance);
+        return move(std::integral_constant<int, 4>{});
     case 8:
-        return move_columns_of<Gather, 8>(count, packed, packed_stride, strided, stride, distance);
+        return move(std::integral_constant<int, 8>{});
     case 16:
-        return move_columns_of<Gather, 16>(count, packed, packed_stride, strided, stride, distance);
+        return move(std::integral_constant<int, 16>{});
     default:
         for (std::int64_t w = 0; w < width; ++w)
-            move_columns_of<Gather, 1>(count, packed + w * packed_stride, 0, at(strided, w * distance), stride, 0);
+            move_columns_of<Gather, 1, false>(count, packed + w * packed_stride, 0, at(strided, w * distance), stride,
+                                              0);
     }
 }
 

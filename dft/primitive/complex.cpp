@@ -8,8 +8,46 @@
 
 #include "dft/codelets/codelets.hpp"
 #include "dft/primitive/factor.hpp"
+#include "frame/services.hpp"
 
 namespace vrn::dft {
+namespace {
+
+// How many neighbouring parts of a transform go together. A line of the cache holds 4 or 8 values, so that 6 read
+// most lines once; where a core's first-level cache has few ways, as a Bulldozer's, parts of a multiple of 1024 meet
+// in one set and go one by one, and other lengths as their plan would have it.
+std::int32_t batching(std::int32_t n, std::int32_t own)
+{
+    if (vrn_serv_cpuisbulldozer() == 0) return 6;
+    return n % 1024 == 0 ? 1 : own;
+}
+
+} // namespace
+
+template <class R>
+std::int32_t build_mixed(primitive_plan& plan)
+{
+    const std::int32_t n = plan.length;
+    constexpr std::int64_t value = 2 * sizeof(R);
+    radices r;
+    if (n >= mixed_limit || !factor(n, true, r)) return kpr_bad_length;
+    arrange(r);
+    std::int64_t reserve = 0;
+    for (int s = 0; s < r.count; ++s)
+        if (r.of[s] % 2 != 0 && r.of[s] >= 14 && 2 * r.of[s] > reserve) reserve = 2 * r.of[s];
+    const std::int64_t bytes = (n + reserve) * value + work_slack;
+    if (bytes > INT32_MAX) return kpr_bad_length;
+    plan.mixed_radix = 1;
+    plan.last_stage = r.count - 1;
+    lay_out(plan.stages, r.of, r.count, n);
+    plan.stages[0].batching = batching(n, r.of[0]);
+    plan.work_size = static_cast<std::int32_t>(bytes);
+    plan.permutation = make_permutation(plan.stages, plan.last_stage);
+    return plan.permutation != nullptr && make_stage_tables<R>(plan.stages, plan.last_stage) ? kpr_ok : kpr_no_memory;
+}
+template std::int32_t build_mixed<double>(primitive_plan&);
+template std::int32_t build_mixed<float>(primitive_plan&);
+
 namespace {
 
 template <class R>
@@ -27,22 +65,7 @@ std::int32_t build(primitive_plan& plan)
         return kpr_ok;
     }
     if (n >= mixed_limit) return kpr_bad_length;
-    radices r;
-    if (factor(n, true, r)) {
-        arrange(r);
-        plan.mixed_radix = 1;
-        plan.last_stage = r.count - 1;
-        lay_out(plan.stages, r.of, r.count, n);
-        std::int64_t reserve = 0;
-        for (int s = 0; s < r.count; ++s)
-            if (r.of[s] % 2 != 0 && r.of[s] >= 14 && 2 * r.of[s] > reserve) reserve = 2 * r.of[s];
-        const std::int64_t bytes = (n + reserve) * value + work_slack;
-        if (bytes > INT32_MAX) return kpr_bad_length;
-        plan.work_size = static_cast<std::int32_t>(bytes);
-        plan.permutation = make_permutation(plan.stages, plan.last_stage);
-        return plan.permutation != nullptr && make_stage_tables<R>(plan.stages, plan.last_stage) ? kpr_ok
-                                                                                                 : kpr_no_memory;
-    }
+    if (const auto status = build_mixed<R>(plan); status != kpr_bad_length) return status;
     if (n <= prime_limit) {
         plan.prime_table = make_prime_table<R>(n);
         plan.work_size = static_cast<std::int32_t>(n * value + 64);

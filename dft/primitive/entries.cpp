@@ -6,6 +6,9 @@
 namespace vrn::dft {
 namespace {
 
+// What the real kernels call the first of the packed forms, CCS; PACK and PERM follow.
+constexpr std::int32_t first_format = 54;
+
 std::int32_t free_checked(primitive_plan* raw, plan_stamp stamp)
 {
     if (raw == nullptr) return kpr_null;
@@ -92,6 +95,18 @@ std::int32_t compute_split(const R* in_re, const R* in_im, R* out_re, R* out_im,
 template <class R>
 std::int32_t compute_real(const R* in, R* out, const primitive_plan* raw, std::byte* work, direction d, packing form)
 {
+    // Kernels of one length each, as above; formats are numbered in the order of their names.
+    if (raw != nullptr && in != nullptr && out != nullptr) {
+        const primitive_plan& plan = *aligned64(raw);
+        const auto n = static_cast<std::uint32_t>(plan.length);
+        if (plan.stamp == stamp_real && n > 1 && n <= longest_codelet && std::has_single_bit(n) &&
+            plan.scale_forward + plan.scale_inverse == 0) {
+            const auto& table = real_codelets<R>();
+            (d == direction::forward ? table.forward : table.backward)[std::countr_zero(n)](
+                in, out, first_format + static_cast<int>(form), R(1));
+            return kpr_ok;
+        }
+    }
     return compute(
         in != nullptr && out != nullptr, raw, work, stamp_real, d,
         [=](const primitive_plan& plan, std::byte* w) { run_real(plan, d, form, in, out, w); },

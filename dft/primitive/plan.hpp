@@ -129,6 +129,9 @@ template <class R>
 void run_chirp(const primitive_plan& plan, direction d, const R* in, R* out, std::byte* work);
 
 // ---- complex plans, the heart of every other kind ----
+// Stages and work of a length that the factor rule takes, complex or odd and real; else kpr_bad_length.
+template <class R>
+std::int32_t build_mixed(primitive_plan& plan);
 void free_plan(primitive_plan* raw);
 
 // A new plan of a kind: checks, record, scale words; `build` does the rest and what it made is freed if it fails.

@@ -53,7 +53,8 @@ struct stage_record {
     std::int32_t twiddle_count; // product; 1 where a scrambled plan folds its blocks' twiddles into one table
     void* prime_table;          // odd radix above 13: its roots and their indices
     void* twiddles;             // radix * remaining complex values, by vectors (stages.hpp)
-    std::int32_t reserved[2];
+    std::int32_t batching;      // the outermost stage: how many of its parts go together; 0 is 1
+    std::int32_t reserved;
 };
 
 // 2^26 has 13 factors of 4; below it no rule gives more than 16 (3^16), and one more for the remaining factor.

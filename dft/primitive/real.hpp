@@ -12,4 +12,10 @@ std::int32_t make_real(primitive_plan** plan_out, std::int32_t length, std::int3
 template <class R>
 void run_real(const primitive_plan& plan, direction d, packing form, const R* in, R* out, std::byte* work);
 
+// Odd lengths.
+template <class R>
+std::int32_t build_odd(primitive_plan& plan);
+template <class R>
+void run_odd(const primitive_plan& plan, direction d, packing form, const R* in, R* out, std::byte* work);
+
 } // namespace vrn::dft

@@ -30,7 +30,7 @@ void lay_out(stage_record* stages, const std::int32_t* radices, int count, std::
     std::int32_t product = 1;
     for (int s = 0; s < count; ++s) {
         const std::int32_t radix = radices[s];
-        stages[s] = {radix, length / product / radix, product, product, nullptr, nullptr, {0, 0}};
+        stages[s] = {radix, length / product / radix, product, product, nullptr, nullptr, 0, 0};
         product *= radix;
     }
 }

@@ -1,7 +1,5 @@
-// tests/dft/codelets_test.cpp - direct codelets, direct table kernels, real direct kernels and batch plans by their
-// tables.
+// tests/dft/codelets_test.cpp - direct codelets, direct table kernels and real direct kernels by their tables.
 
-#include "dft/codelets/batch.hpp"
 #include "dft/codelets/codelets.hpp"
 #include "dft/codelets/roots.hpp"
 #include "tests/dft/primitive_support.hpp"
@@ -85,49 +83,6 @@ TYPED_TEST(Codelets, RealKernelsAsThePlans)
     EXPECT_EQ((std::vector<R>(y, y + 4)), (std::vector<R>{8, 0, -2, 0}));
     dft::real_codelets<R>().forward[1](two, y, 55, 1);
     EXPECT_EQ((std::vector<R>(y, y + 2)), (std::vector<R>{8, -2}));
-}
-
-TYPED_TEST(Codelets, BatchPlans)
-{
-    using R = TypeParam;
-    int supported = 0;
-    for (std::int64_t n = 1; n <= 130; ++n)
-        for (std::int64_t width : {1, 2, 3, 8}) {
-            const std::int64_t stride = width + 2;
-            std::int64_t bytes = 0;
-            const auto status = dft::batch_size<R>(n, 1, stride, width, &bytes);
-            if (dft::batch_kind(n, 1, stride, width) == 9) {
-                EXPECT_EQ(status, 7);
-                continue;
-            }
-            ASSERT_EQ(status, 0);
-            supported += width == 1;
-            std::vector<std::byte> block(static_cast<std::size_t>(bytes + dft::batch_slack), std::byte{0xff});
-            dft::batch_plan* plan = nullptr;
-            ASSERT_EQ(dft::batch_build<R>(n, 1, stride, width, block.data(), &plan), 0);
-            const auto x = noise<R>(static_cast<std::size_t>(2 * n * stride));
-            for (bool backward : {false, true}) {
-                auto in = x, out = std::vector<R>(x.size(), R(7));
-                dft::batch_run<R>(*plan, backward, in.data(), out.data());
-                dft::batch_run<R>(*plan, backward, in.data(), in.data());
-                for (std::int64_t c = 0; c < stride; ++c) {
-                    std::vector<vrn::oracle::wide> column, got;
-                    for (std::int64_t j = 0; j < n; ++j) {
-                        const auto i = static_cast<std::size_t>(2 * (j * stride + c));
-                        column.emplace_back(x[i], x[i + 1]);
-                        got.emplace_back(out[i], out[i + 1]);
-                        EXPECT_TRUE(c >= width ? out[i] == R(7) && in[i] == x[i] : in[i] == out[i]) << n;
-                    }
-                    if (c >= width) continue;
-                    const auto want = vrn::oracle::dft(column, backward ? 1 : -1);
-                    EXPECT_LE(vrn::oracle::distance(got, want), bound<R>(n)) << n << ' ' << width;
-                }
-            }
-        }
-    EXPECT_EQ(supported, 15 + 30);
-    EXPECT_EQ(dft::batch_kind(8, 1, 33, 4), 9);
-    EXPECT_EQ(dft::batch_kind(8, 2, 4, 4), 9);
-    EXPECT_EQ(dft::batch_kind(17, 1, 4, 4), 9);
 }
 
 // Constants are the nearest doubles: they agree with long double to half a unit wherever that can tell.

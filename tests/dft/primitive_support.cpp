@@ -7,11 +7,13 @@
 #include <deque>
 
 vrn::test::heap_state vrn::test::heap;
+std::int32_t vrn::test::few_ways = 0;
 using vrn::test::heap;
 
 // Blocks that were given back wait a while, so that a second free of a plan meets what the first one left of it.
 static std::deque<void*> given_back;
 
+extern "C" std::int32_t vrn_serv_cpuisbulldozer() { return vrn::test::few_ways; }
 extern "C" void* vrn_dft_kprMalloc(std::int64_t size)
 {
     if (heap.asked++ >= heap.refuse_from) return nullptr;

@@ -20,6 +20,7 @@ struct heap_state {
     long asked = 0, refuse_from = std::numeric_limits<long>::max(), live = 0;
 };
 extern heap_state heap;
+extern std::int32_t few_ways; // what vrn_serv_cpuisbulldozer answers
 
 #define KPR_OF(R, S)                                                                                                 \
     static constexpr auto init_complex = dft::kprDftInit_Complex_##S, init_split = dft::kprDftInit_Split_##S;        \

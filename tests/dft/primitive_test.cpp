@@ -204,6 +204,34 @@ TYPED_TEST(Primitive, StatusesAndScales)
 }
 
 // Every allocation of creation and compute fails once: nothing stays allocated and the output is as it was.
+// How many parts go together is the processor's matter; the bits are not.
+TYPED_TEST(Primitive, BatchingKeepsTheBits)
+{
+    using R = TypeParam;
+    using K = kpr<R>;
+    for (const std::int32_t n : {5120, 6615, 10000}) {
+        const auto x = noise<R>(2 * static_cast<std::size_t>(n));
+        std::vector<R> y[2];
+        for (const std::int32_t ways : {0, 1}) {
+            few_ways = ways;
+            primitive_plan* plan = nullptr;
+            ASSERT_EQ(K::init_complex(&plan, n, dft::scale_none, 0), 0);
+            EXPECT_EQ(reinterpret_cast<primitive_plan*>((reinterpret_cast<std::uintptr_t>(plan) + 63) / 64 * 64)
+                          ->stages[0]
+                          .batching,
+                      ways == 0       ? 6
+                      : n % 1024 == 0 ? 1
+                      : n == 6615     ? 3
+                                      : 5);
+            y[ways] = x;
+            EXPECT_EQ(K::complex[0](x.data(), y[ways].data(), plan, nullptr), 0);
+            K::free_complex(plan);
+        }
+        few_ways = 0;
+        EXPECT_EQ(y[0], y[1]) << n;
+    }
+}
+
 TYPED_TEST(Primitive, OutOfMemory)
 {
     using R = TypeParam;

@@ -2,6 +2,8 @@
 
 #include "tests/dft/public_support.hpp"
 
+#include <complex>
+
 using namespace vrn::test;
 
 namespace {
@@ -24,9 +26,9 @@ std::string text(const std::vector<std::int64_t>& lengths)
 }
 
 // Around the ends of the codelets, the tables, the small plans, the block widths and the engine's rules.
-const std::int64_t lengths[] = {1,   2,   3,   4,   5,   6,   7,   8,   9,   11,   12,   13,  15,  16,
-                                17,  30,  31,  32,  33,  45,  63,  64,  65,  89,   97,   100, 127, 128,
-                                129, 196, 211, 256, 257, 298, 302, 360, 512, 1000, 1009, 1024};
+const std::int64_t lengths[] = {1,   2,   3,   4,   5,   6,   7,   8,   9,   11,  12,   13,   15,  16,
+                                17,  30,  31,  32,  33,  45,  63,  64,  65,  89,  97,   100,  127, 128,
+                                129, 196, 211, 256, 257, 298, 302, 360, 512, 675, 1000, 1009, 1024};
 
 TEST(Dft, LinesOfEveryLength)
 {
@@ -331,6 +333,45 @@ TEST(Dft, LongRealLines)
                     << n << ' ' << format << ' ' << placement;
                 EXPECT_LE(far(back, given, n), 2 * bound) << n << ' ' << format << ' ' << placement;
             }
+}
+
+// A product of two scrambled spectra is undone into a circular convolution, here with a shifted impulse: a rotation.
+TEST(Dft, ScrambledSpectraConvolve)
+{
+    // From 5000 on, lengths that are no power of 2 have an order of their own.
+    for (const std::vector<std::int64_t>& n :
+         {std::vector<std::int64_t>{12}, {1000}, {5005}, {6144}, {8192}, {40, 5040}})
+        for (const int placement : {inside, apart}) {
+            const std::int64_t total = n.size() == 1 ? n[0] : n[0] * n[1], shift = 3;
+            vrn_dft_handle h = nullptr;
+            ASSERT_EQ(vrn_dft_create(&h, VRN_DFT_DOUBLE, VRN_DFT_COMPLEX, static_cast<int>(n.size()), n.data()), 0);
+            ASSERT_EQ(vrn_dft_set_int(h, VRN_DFT_ORDERING, VRN_DFT_SCRAMBLED), 0);
+            ASSERT_EQ(vrn_dft_set_int(h, VRN_DFT_PLACEMENT, placement), 0);
+            ASSERT_EQ(vrn_dft_set_double(h, VRN_DFT_BACKWARD_SCALE, 1.0 / static_cast<double>(total)), 0);
+            ASSERT_EQ(vrn_dft_commit(h), 0) << text(n);
+            using values = std::vector<std::complex<double>>;
+            const auto run = [&](values x, auto* compute) {
+                values y(x.size());
+                EXPECT_EQ(compute(h, x.data(), y.data()), 0);
+                return placement == apart ? y : x;
+            };
+            values x(static_cast<std::size_t>(total)), impulse(x.size());
+            for (std::size_t i = 0; i < x.size(); ++i)
+                x[i] = {std::sin(static_cast<double>(i * i)), std::cos(3.0 * static_cast<double>(i))};
+            impulse[shift] = 1;
+            values a = run(x, vrn_dft_forward);
+            const values b = run(impulse, vrn_dft_forward);
+            for (std::size_t i = 0; i < a.size(); ++i) a[i] *= b[i];
+            const values y = run(a, vrn_dft_backward);
+            double worst = 0;
+            for (std::int64_t i = 0; i < total; ++i) {
+                const std::int64_t row = i / n[0] * n[0], to = row + (i - row + shift) % n[0];
+                worst = std::max(worst, std::abs(y[static_cast<std::size_t>(to)] - x[static_cast<std::size_t>(i)]));
+            }
+            // Three transforms of values of order 1, each with an error of a few eps log n relative to its norm.
+            EXPECT_LE(worst, 3 * 2.3e-16 * std::log2(static_cast<double>(total)) * 10) << text(n);
+            vrn_dft_free(&h);
+        }
 }
 
 } // namespace

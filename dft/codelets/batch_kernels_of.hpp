@@ -1,8 +1,8 @@
-// dft/commit/batch_kernels_of.hpp - the batch kernels of one type (VRN_REAL) and their tables; compiled once for
+// dft/codelets/batch_kernels_of.hpp - the batch kernels of one type (VRN_REAL) and their tables; compiled once for
 // each.
 
 #include "dft/codelets/butterfly.hpp"
-#include "dft/commit/batch_kernels.hpp"
+#include "dft/codelets/batch_kernels.hpp"
 
 #include <type_traits>
 #include <utility>

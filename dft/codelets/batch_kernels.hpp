@@ -1,4 +1,4 @@
-// dft/commit/batch_kernels.hpp - butterflies over neighbouring columns, a vector holding one (double) or two
+// dft/codelets/batch_kernels.hpp - butterflies over neighbouring columns, a vector holding one (double) or two
 // (single).
 //
 //     n = n1 n2, x[j1 n2 + j2], X[k1 + n1 k2] (Cooley and Tukey 1965), both at most longest_base

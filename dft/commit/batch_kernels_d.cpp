@@ -1,4 +1,0 @@
-// dft/commit/batch_kernels_d.cpp - the batch kernels of doubles.
-#define VRN_REAL   double
-#define VRN_LETTER d
-#include "dft/commit/batch_kernels_of.hpp"
