@@ -176,9 +176,9 @@ using neones = void(T* x);
 // x[0..n) := 0
 template <class T, class I>
 using zeros = void(T* x, const I* n);
-// Bytes at alignment 128; null for a size of 0. To be given back as spfree(&pointer).
-template <class I>
-using spmalloc = void*(const I* size);
+// Bytes at alignment 128; null for a size of 0. To be given back as spfree(&pointer). By value, so that one body serves
+// both integer widths.
+using spmalloc = void*(std::int64_t size);
 using spfree = void(void* const* p);
 // to := scale*from, m by n by columns; a scale of zero clears and does not read.
 template <class T, class I>

@@ -63,7 +63,7 @@ def kernels(args):
                     continue
                 name = prefix + s.stem.replace("?", letter)
                 arguments = s.arguments or s.stem.replace("?", "")
-                given = {"spmalloc": "<std::int%d_t>" % width, "spfree": ""}.get(arguments)
+                given = {"spmalloc": "", "spfree": ""}.get(arguments)
                 if given is None:
                     given = f"<{element if s.types else 'void'}, std::int{width}_t>"
                 if name not in declared:

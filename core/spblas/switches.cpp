@@ -37,7 +37,7 @@ extern "C" int vrn_spblas_get_checking(void)
 #define VRN_SPBLAS_MEMORY(prefix, I)                                                                                 \
     extern "C" void* prefix##malloc(I bytes)                                                                         \
     {                                                                                                                \
-        return bytes < 0 ? nullptr : vrn::spblas::host::kernels<double, I>::spmalloc()(&bytes);                      \
+        return bytes < 0 ? nullptr : vrn::spblas::host::kernels<double, I>::spmalloc()(bytes);                       \
     }                                                                                                                \
     extern "C" void prefix##free(void* block) { vrn::spblas::host::kernels<double, I>::spfree()(&block); }
 VRN_SPBLAS_MEMORY(vrn_spblas_, std::int64_t)

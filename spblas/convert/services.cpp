@@ -18,14 +18,11 @@ VRN_ZEROS(vrn_spblas_lp64_s42_zzeros, std::int32_t, 16)
 VRN_ALIAS(vrn_spblas_s42_dzeros, vrn_spblas_s42_czeros);
 VRN_ALIAS(vrn_spblas_lp64_s42_dzeros, vrn_spblas_lp64_s42_czeros);
 
-#define VRN_SPMALLOC(name, I)                                                                                        \
-    VRN_EXPORT void* name(const I* size)                                                                             \
-    {                                                                                                                \
-        return *size == 0 ? nullptr : vrn_serv_malloc(static_cast<std::uint64_t>(*size), 128);                       \
-    }
-
-VRN_SPMALLOC(vrn_spblas_s42_spmalloc, std::int64_t)
-VRN_SPMALLOC(vrn_spblas_lp64_s42_spmalloc, std::int32_t)
+VRN_EXPORT void* vrn_spblas_s42_spmalloc(std::int64_t size)
+{
+    return size == 0 ? nullptr : vrn_serv_malloc(static_cast<std::uint64_t>(size), 128);
+}
+VRN_ALIAS(vrn_spblas_lp64_s42_spmalloc, vrn_spblas_s42_spmalloc);
 
 VRN_EXPORT void vrn_spblas_s42_spfree(void* const* p) { vrn_serv_free(*p); }
 VRN_ALIAS(vrn_spblas_lp64_s42_spfree, vrn_spblas_s42_spfree);

@@ -444,10 +444,9 @@ TYPED_TEST(Convert, Services)
         EXPECT_EQ(to, (std::vector<T>{s, T(2) * s, T(9), T(9), T(3) * s, T(4) * s, T(9), T(9)}));
     }
     const std::string prefix = sizeof(I) == 8 ? "vrn_spblas_s42_" : "vrn_spblas_lp64_s42_";
-    auto* allocate = kernel<arguments::spmalloc<I>>(prefix + "spmalloc");
-    const I none = 0, bytes = 1000;
-    EXPECT_EQ(allocate(&none), nullptr);
-    void* p = allocate(&bytes);
+    auto* allocate = kernel<arguments::spmalloc>(prefix + "spmalloc");
+    EXPECT_EQ(allocate(0), nullptr);
+    void* p = allocate(1000);
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(p) % 128, 0u);
     kernel<arguments::spfree>(prefix + "spfree")(&p);
 }
