@@ -10,16 +10,30 @@
 
 namespace vrn::spblas::convert {
 
-// Straight insertion carrying values along: stable, and one pass where the row is sorted.
+// Straight insertion carrying values along: stable, and one pass where the row is sorted. Far into a row the place is
+// found by halving and made by moving blocks, since rows of a product have hundreds of columns in any order.
 template <class T, class I>
 void insertion_sort(I* ja, T* a, std::ptrdiff_t size)
 {
+    constexpr std::ptrdiff_t far = 32;
     for (std::ptrdiff_t k = 1; k < size; ++k) {
         if (ja[k] >= ja[k - 1]) continue;
         const I col = ja[k];
         const T value = a[k];
         std::ptrdiff_t to = k;
-        for (; to > 0 && ja[to - 1] > col; --to) ja[to] = ja[to - 1], a[to] = a[to - 1];
+        if (k < far)
+            for (; to > 0 && ja[to - 1] > col; --to) ja[to] = ja[to - 1], a[to] = a[to - 1];
+        else {
+            std::ptrdiff_t from = 0;
+            while (from < to) {
+                const std::ptrdiff_t middle = (from + to) / 2;
+                if (ja[middle] > col) to = middle;
+                else from = middle + 1;
+            }
+            const auto moved = static_cast<std::size_t>(k - to);
+            std::memmove(ja + to + 1, ja + to, moved * sizeof(I));
+            std::memmove(static_cast<void*>(a + to + 1), a + to, moved * sizeof(T));
+        }
         ja[to] = col, a[to] = value;
     }
 }

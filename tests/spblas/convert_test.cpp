@@ -412,6 +412,17 @@ TYPED_TEST(Convert, Services)
         EXPECT_EQ(ja, (std::vector<I>{4, 9, 9, 1, 5, 5, 7}));
         EXPECT_EQ(a, (std::vector<T>{T(2), T(1), T(3), T(6), T(4), T(5), T(7)})) << "equal columns keep their order";
     }
+    // A long row with columns twice, whose values tell in which order they came.
+    const I long_row[] = {1, 301};
+    std::vector<I> columns(300);
+    std::vector<T> came(300);
+    for (std::size_t k = 0; k < 300; ++k)
+        columns[k] = static_cast<I>(k * 77 % 150), came[k] = T(static_cast<float>(k));
+    sort(&one, &one, long_row, columns.data(), came.data());
+    for (std::size_t k = 0; k < 300; ++k) {
+        EXPECT_EQ(columns[k], static_cast<I>(k / 2));
+        EXPECT_EQ(std::real(came[k]), std::real(came[k - k % 2]) + static_cast<float>(k % 2 * 150));
+    }
     // A range behind row 1 takes zero-based pointers for one-based ones.
     std::vector<I> ia{0, 2, 5}, ja{8, 7, 6, 5, 4};
     std::vector<T> a(5);
