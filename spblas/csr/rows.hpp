@@ -44,10 +44,14 @@ struct matrix {
     template <int Step = 1>
     [[gnu::always_inline]] row<T, I> next(std::ptrdiff_t i) const
     {
-        const row<T, I> r = (*this)[i];
-        ask<Step>(r.val);
-        ask<Step>(r.indx);
-        return r;
+        ask_ahead<Step>(pntrb[i]);
+        return (*this)[i];
+    }
+    template <int Step = 1>
+    [[gnu::always_inline]] void ask_ahead(std::ptrdiff_t entry) const
+    {
+        ask<Step>(val + entry);
+        ask<Step>(indx + entry);
     }
 
   private:

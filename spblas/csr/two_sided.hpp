@@ -63,16 +63,16 @@ template <tag Shape, class T, class I>
     alpha = signed_alpha<Shape>(alpha);
     constexpr bool corrects = Shape.unit() || Shape.is('a');
     for (std::ptrdiff_t i = from; i < to; ++i) {
-        const row<T, I> r = a.next(i);
-        const I self = static_cast<I>(i + base);
+        const std::ptrdiff_t self = i + base;
         const T t = alpha * x[self];
         // No entry of the row scatters to the row itself, so that its element is written once, at the end.
         auto element = [&] { return !Shape.lower() ? y[self] : beta == T{} ? T{} : beta * y[self]; };
         if constexpr (corrects) {
+            const row<T, I> r = a.next(i);
             const T whole = alpha * dot<masked_row<T>>(r, x, as_stored<conjugates_own<Shape>>{});
             T outside{};
             for (std::ptrdiff_t k = 0; k < r.size; ++k) {
-                const I col = r.indx[k];
+                const std::ptrdiff_t col = r.indx[k];
                 if (inside<Shape.lower()>(col, self)) y[col] = y[col] + t * mirrored<Shape>(r.val[k]);
                 else outside = outside + alpha * own<Shape>(r.val[k]) * x[col];
             }
@@ -81,19 +81,21 @@ template <tag Shape, class T, class I>
             if constexpr (Shape.unit()) mine = mine + t;
             y[self] = mine;
         } else {
-            // A sorted row is one run in the wanted triangle, and a diagonal.
+            // By places in the whole arrays: in rows of three entries every instruction shows.
+            std::ptrdiff_t k = a.pntrb[i];
+            const std::ptrdiff_t end = a.pntre[i];
+            a.ask_ahead(k);
             T sum{};
-            const std::ptrdiff_t size = r.size;
-            for (std::ptrdiff_t k = 0; k < size; ++k) {
-                I col = r.indx[k];
-                while (inside<Shape.lower()>(col, self)) {
-                    const T v = r.val[k];
+            for (; k < end; ++k) {
+                std::ptrdiff_t col = a.indx[k];
+                while (inside<Shape.lower()>(col, self)) { // a sorted row is one such run, and a diagonal
+                    const T v = a.val[k];
                     sum = sum + own<Shape>(v) * x[col];
                     y[col] = y[col] + t * mirrored<Shape>(v);
-                    if (++k == size) break;
-                    col = r.indx[k];
+                    if (++k == end) break;
+                    col = a.indx[k];
                 }
-                if (col == self) sum = sum + on_diagonal<Shape>(r.val[k]) * x[self];
+                if (col == self) sum = sum + on_diagonal<Shape>(a.val[k]) * x[self];
             }
             y[self] = element() + alpha * sum;
         }

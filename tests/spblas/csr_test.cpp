@@ -171,6 +171,21 @@ TEST_P(CsrNests, MeanTheirNames)
     });
 }
 
+// Rows that reach over more of B than a cache holds: columns then go one at a time, and B's rows are asked for ahead.
+TEST_P(CsrNests, ReachFar)
+{
+    const char letter = std::get<1>(GetParam());
+    with_type(letter, [&]<class T>(T) {
+        std::mt19937_64 random(9);
+        for (const stem& s : stems("csr", "mm", letter)) {
+            if (s.kind != 'g' || s.transposes()) continue;
+            SCOPED_TRACE(s.name);
+            const shape p{300, 100000, 8, 8, 0, s.by_rows() ? 300 : 8};
+            check_product(s, p, pattern<T>({7, 9, 12}, p.m, p.k, random), false, T(3), T(-2), random);
+        }
+    });
+}
+
 // Whether an entry that the class does not want may reach the result: it does where a kernel adds whole rows and
 // takes back what does not belong, and must not where entries are chosen one by one.
 TEST_P(CsrForeign, NaN)
