@@ -44,22 +44,31 @@ struct matrix {
     template <int Step = 1>
     [[gnu::always_inline]] row<T, I> next(std::ptrdiff_t i) const
     {
-        ask_ahead<Step>(pntrb[i]);
+        ask_ahead<Step>(pntrb[i], pntre[i]);
         return (*this)[i];
     }
+    // For the entries begin..end-1, every line that a long row will want; of a short one a line each is enough, and a
+    // loop would cost more than it brings.
     template <int Step = 1>
-    [[gnu::always_inline]] void ask_ahead(std::ptrdiff_t entry) const
+    [[gnu::always_inline]] void ask_ahead(std::ptrdiff_t begin, std::ptrdiff_t end) const
     {
-        ask<Step>(val + entry);
-        ask<Step>(indx + entry);
+        const char *v = ahead<Step>(val + begin), *j = ahead<Step>(indx + begin);
+        _mm_prefetch(v, _MM_HINT_T0);
+        _mm_prefetch(j, _MM_HINT_T0);
+        if (const std::ptrdiff_t size = end - begin; size >= 32) {
+            for (std::ptrdiff_t o = 64; o < size * std::ptrdiff_t{sizeof(T)}; o += 64)
+                _mm_prefetch(v + o, _MM_HINT_T0);
+            for (std::ptrdiff_t o = 64; o < size * std::ptrdiff_t{sizeof(I)}; o += 64)
+                _mm_prefetch(j + o, _MM_HINT_T0);
+        }
     }
 
   private:
     template <int Step, class E>
-    [[gnu::always_inline]] static void ask(const E* p)
+    [[gnu::always_inline]] static const char* ahead(const E* p)
     {
         constexpr auto distance = static_cast<std::uintptr_t>(Step * entries_ahead * std::ptrdiff_t{sizeof(E)});
-        _mm_prefetch(reinterpret_cast<const char*>(reinterpret_cast<std::uintptr_t>(p) + distance), _MM_HINT_T0);
+        return reinterpret_cast<const char*>(reinterpret_cast<std::uintptr_t>(p) + distance);
     }
 };
 

@@ -84,7 +84,7 @@ template <tag Shape, class T, class I>
             // By places in the whole arrays: in rows of three entries every instruction shows.
             std::ptrdiff_t k = a.pntrb[i];
             const std::ptrdiff_t end = a.pntre[i];
-            a.ask_ahead(k);
+            a.ask_ahead(k, end);
             T sum{};
             for (; k < end; ++k) {
                 std::ptrdiff_t col = a.indx[k];
