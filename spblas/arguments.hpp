@@ -176,8 +176,8 @@ using neones = void(T* x);
 // x[0..n) := 0
 template <class T, class I>
 using zeros = void(T* x, const I* n);
-// Bytes at alignment 128; null for a size of 0. To be given back as spfree(&pointer). By value, so that one body serves
-// both integer widths.
+// Bytes at alignment 128; null for a size of 0. To be given back as spfree(&pointer). By value, so that one body
+// serves both integer widths.
 using spmalloc = void*(std::int64_t size);
 using spfree = void(void* const* p);
 // to := scale*from, m by n by columns; a scale of zero clears and does not read.
@@ -226,15 +226,13 @@ using csrmultd_ker = void(const void* unread, const I* first, const I* last, con
 template <class T, class I>
 using csrmultd_ker_t = void(const void* unread, const I* first, const I* last, const I* n, const T* a, const I* ja,
                             const I* ia, const T* b, const I* jb, const I* ib, T* c, const I* ldc);
-// y[j] += the sum of what parts hold for it, j from 0 to n - 1. part_list has one array a part.
+// y[j] += the sum of what private vectors hold for it, j from 0 to n - 1; part_list has one vector a thread.
 //
-//     split_par        parts 0 .. parts-1, element start + j
-//     split_syml_par   parts first_part .. parts-1, element n*(first_part - 1) + j: y is chunk first_part (one-based)
-//     of
-//                      n elements, and the later parts reach down into it
-//     split_symu_par   parts 0 .. parts-1, part p's element (parts - 1 - p)*stride + j: y is the chunk behind those
-//     of
-//                      the parts, chunks are `stride` long, and part p starts behind its own
+//     split_par        vectors 0 to parts-1, element start + j
+//     split_syml_par   vectors first_part to parts-1, element n*(first_part - 1) + j: y is a chunk of n elements,
+//                      the one numbered first_part from one on, and later vectors reach down into it
+//     split_symu_par   vectors 0 to parts-1, of vector p element (parts - 1 - p)*stride + j: chunks are `stride`
+//                      long, y is the last of them, and vector p starts behind its own
 template <class T, class I>
 using split_par = void(const I* parts, const I* n, const I* start, const void* unread, const T* const* part_list,
                        T* y);

@@ -1,9 +1,8 @@
 // core/blas/level3.cpp - triangular and symmetric level 3 over threads.
 //
 //     trsm trmm symm hemm                  columns (left) or rows (right) of B and C, which do not know each other
-//     syrk herk syr2k her2k gemmt          strips of C's triangle: its squares on the diagonal by the same kernel,
-//     the
-//                                          rectangle beside each by the matrix product
+//     syrk herk syr2k her2k gemmt          strips of C's triangle: squares on the diagonal by the same kernel,
+//                                          the rectangle beside each by the matrix product
 //
 // Each element comes out with the bits that one thread gives: pieces are cut where the kernels may be cut (their sums
 // do not know rows and columns; SYR2K between its blocks of 128, GEMMT where its recursion halves), and are never so

@@ -212,7 +212,7 @@ T minus(T a)
 enum class reach { anywhere, lower, upper };
 
 // run(part, parts, target, beta) computes target := beta*target + its part of a sum; the parts are added up in y.
-// Part 0 works on y itself, the others on vectors of their own with beta zero. `begins(part, parts)` is the row where
+// The first part works on y itself, the others on vectors of their own with beta zero. `begins(part, parts)` is the row where
 // a part begins. In the strict mode, where the number of threads must not be seen in a sum, and without memory for
 // the vectors, one part is all.
 template <class T, class I, class Begins, class Run>

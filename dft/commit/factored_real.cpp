@@ -1,9 +1,10 @@
 // dft/commit/factored_real.cpp - one long real line as m1 real transforms of m2 and m2/2 + 1 complex ones of m1.
 //
 //     n = m1 * m2, x[j2 * m1 + j1], X[k2 + m2 * k1]
-//     S[k2][j1] = w_n^(j1 k2) * sum over j2 of x[j2 * m1 + j1] w_m2^(j2 k2)       k2 <= m2 / 2: the others are
-//     conjugate X[k2 + m2 * k1] = sum over j1 of S[k2][j1] w_m1^(j1 k1)                     those beyond n / 2
-//     likewise
+//     S[k2][j1] = w_n^(j1 k2) * sum over j2 of x[j2 * m1 + j1] w_m2^(j2 k2)       k2 <= m2 / 2
+//     X[k2 + m2 * k1] = sum over j1 of S[k2][j1] w_m1^(j1 k1)
+//
+// What lies beyond m2 / 2 in S, and beyond n / 2 in X, is the conjugate of what lies before.
 //
 // For threads, and for lengths that no single plan takes. Allocates S and each thread's work in a compute. After
 // Bailey (1990).

@@ -1,10 +1,9 @@
 // spblas/csr/sm.hpp - C := inv(op(A))*C on a range of columns, A triangular in CSR with sorted rows;
 // C := alpha*inv(op(A))*C where A is its diagonal alone. The index base is an argument here, not a letter.
 //
-//     lower, ops n s   forward, rows outermost, one accumulator a column in a workspace. Where it cannot be had,
-//     column
-//                      by column as sv.hpp does it: then with a division where the workspace path multiplies by the
-//                      reciprocal, so that the two agree up to rounding.
+//     lower, ops n s   forward, rows outermost, one accumulator a column in a workspace. Where it cannot be had
+//                      column by column as sv.hpp does it: then with a division where the workspace path
+//                      multiplies by the reciprocal, so that the two agree up to rounding.
 //     upper, ops n s   backward, a sum in four parts for each column
 //     ops t c          each row of C is finished, then scattered
 //
