@@ -212,9 +212,9 @@ T minus(T a)
 enum class reach { anywhere, lower, upper };
 
 // run(part, parts, target, beta) computes target := beta*target + its part of a sum; the parts are added up in y.
-// The first part works on y itself, the others on vectors of their own with beta zero. `begins(part, parts)` is the row where
-// a part begins. In the strict mode, where the number of threads must not be seen in a sum, and without memory for
-// the vectors, one part is all.
+// The first part works on y itself, the others on vectors of their own with beta zero. `begins(part, parts)` is the row
+// where a part begins. In the strict mode, where the number of threads must not be seen in a sum, and without memory
+// for the vectors, one part is all.
 template <class T, class I, class Begins, class Run>
 void in_private_vectors(I length, std::int64_t work, T beta, T* y, reach where, Begins&& begins, Run&& run)
 {
