@@ -24,7 +24,7 @@ VRN_INLINE vec<float> without_imag(vec<float> a) { return {_mm_blend_ps(a.v, _mm
 
 namespace detail {
 
-constexpr int first_factor(int n) { return prime_power(n) != n ? prime_power(n) : smallest_prime(n); }
+constexpr int first_factor(int n) { return prime_power(n) != n ? coprime_factor(n) : smallest_prime(n); }
 template <int N>
 using odd_indices = std::conditional_t<prime_power(N) != N, coprime_indices<first_factor(N), N / first_factor(N)>,
                                        power_indices<first_factor(N), N / first_factor(N)>>;
