@@ -139,13 +139,13 @@ struct runner {
     void combine(int t, std::int32_t begin, std::int32_t size) const
     {
         const stage_record& s = stages[t];
-        const stage_call<R, L> call{data.at(begin),
-                                    s.remaining,
-                                    size / (s.radix * s.remaining),
-                                    static_cast<const R*>(s.twiddles),
-                                    roots_of(s),
-                                    s.radix,
-                                    out};
+        // Divisions cost short lengths some percent of their time.
+        const auto block = static_cast<std::uint32_t>(s.radix * s.remaining);
+        const std::int32_t count = L == layout::blocked ? size >> std::countr_zero(block)
+                                   : t == 0             ? 1
+                                                        : size / static_cast<std::int32_t>(block);
+        const stage_call<R, L> call{data.at(begin), s.remaining, count, static_cast<const R*>(s.twiddles),
+                                    roots_of(s),    s.radix,     out};
         if (t == 0) stage_of<L, true, Inverse>(s.radix)(call);
         else stage_of<L, false, false>(s.radix)(call);
     }
