@@ -92,11 +92,8 @@ struct runner {
     {
         if constexpr (L == layout::blocked) {
             const stage_record& s = stages[last];
-            static constexpr leaf_kernel<L> kernels[][2] = {
-                {leaf_blocked<8, Inverse, false, R>, leaf_blocked<8, Inverse, true, R>},
-                {leaf_blocked<16, Inverse, false, R>, leaf_blocked<16, Inverse, true, R>}};
             const bool aligned = reinterpret_cast<std::uintptr_t>(in) % 16 == 0;
-            const auto kernel = kernels[s.radix / 16][aligned];
+            const auto kernel = aligned ? leaf_blocked<8, Inverse, true, R> : leaf_blocked<8, Inverse, false, R>;
             kernel({in, s.product, permutation, data, s.product, {}, stages[0].radix});
         }
         run(0, {0, 1, 0});

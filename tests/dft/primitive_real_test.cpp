@@ -98,7 +98,7 @@ TEST(PrimitiveRealPlan, WaysByLength)
                         {17, "17 = prime"},
                         {15, "15 = codelet"},
                         {194, "194 = halves of 97 = chirp 200 = 5 5 leaf 8"},
-                        {2048, "2048 = halves of 1024 = 8 8 leaf 16"}};
+                        {2048, "2048 = halves of 1024 = 4 4 8 leaf 8"}};
     for (const row& r : rows) {
         primitive_plan* plan = nullptr;
         ASSERT_EQ(dft::kprDftInit_Real_d(&plan, r.n, dft::scale_none, 0), 0);
