@@ -1,12 +1,11 @@
 // bench/dft/dft_bench.cpp - transforms through the public interface beside FFTW 3 held to SSE2 and planned with
-// MEASURE, out of place, one thread, then ours over two threads beside one. Work is 5 N log2 N flop, half of it for
-// real data.
+// MEASURE (and, in `best`, as it comes), out of place, one thread, then ours over two threads beside one. Work is 5 N
+// log2 N flop, half of it for real data.
 
+#include "bench/dft/fftw.hpp"
 #include "bench/support/contest.hpp"
 
 #include "vrn/dft.h"
-
-#include <fftw3.h>
 
 #include <algorithm>
 #include <chrono>
@@ -14,12 +13,6 @@
 #include <cstdlib>
 #include <string>
 #include <vector>
-
-// The program's own answers to the peer's questions about the processor are found ahead of its own.
-extern "C" int fftw_have_simd_avx(void) { return 0; }
-extern "C" int fftwf_have_simd_avx(void) { return 0; }
-extern "C" int fftw_have_simd_avx2(void) { return 0; }
-extern "C" int fftwf_have_simd_avx2(void) { return 0; }
 
 namespace {
 
@@ -32,21 +25,6 @@ struct problem {
     std::int64_t count = 1;
     bool interleaved = false; // the transforms of a batch
 };
-
-template <class R>
-struct peer;
-#define PEER(R, p)                                                                                                   \
-    template <>                                                                                                      \
-    struct peer<R> {                                                                                                 \
-        using complex = p##_complex;                                                                                 \
-        using plan = p##_plan;                                                                                       \
-        static constexpr auto plan_complex = p##_plan_many_dft;                                                      \
-        static constexpr auto plan_real = p##_plan_many_dft_r2c;                                                     \
-        static constexpr auto run = p##_execute;                                                                     \
-        static constexpr auto destroy = p##_destroy_plan;                                                            \
-    };
-PEER(double, fftw)
-PEER(float, fftwf)
 
 template <class R>
 R* aligned(std::size_t count)
@@ -99,21 +77,23 @@ void row(benchmark::State& state, const problem& p, int against_threads)
     const auto in_reals = static_cast<std::size_t>(s.in * p.count * (p.real ? 1 : 2)),
                out_reals = static_cast<std::size_t>(s.out * p.count * 2);
     R *x = aligned<R>(in_reals), *y = aligned<R>(out_reals);
-    using P = peer<R>;
+    using P = fftw<R>;
     using C = typename P::complex;
     std::vector<int> n;
     for (std::size_t d = p.lengths.size(); d-- > 0;) n.push_back(static_cast<int>(p.lengths[d]));
     const int rank = static_cast<int>(n.size()), count = static_cast<int>(p.count),
               stride = p.interleaved ? count : 1;
     const int din = p.interleaved ? 1 : static_cast<int>(s.in), dout = p.interleaved ? 1 : static_cast<int>(s.out);
-    typename P::plan other = nullptr;
-    if (against_threads == 0) {
+    const auto plan_of = [&](const P* library) -> typename P::plan {
+        if (library == nullptr || against_threads != 0) return nullptr;
         auto* out = reinterpret_cast<C*>(y);
-        other = p.real ? P::plan_real(rank, n.data(), count, x, nullptr, stride, din, out, nullptr, stride, dout,
-                                      FFTW_MEASURE)
-                       : P::plan_complex(rank, n.data(), count, reinterpret_cast<C*>(x), nullptr, stride, din, out,
-                                         nullptr, stride, dout, FFTW_FORWARD, FFTW_MEASURE);
-    }
+        return p.real ? library->plan_real(rank, n.data(), count, x, nullptr, stride, din, out, nullptr, stride, dout,
+                                           FFTW_MEASURE)
+                      : library->plan_complex(rank, n.data(), count, reinterpret_cast<C*>(x), nullptr, stride, din,
+                                              out, nullptr, stride, dout, FFTW_FORWARD, FFTW_MEASURE);
+    };
+    const P *held = &P::held(), *unheld = P::unheld();
+    const typename P::plan other = plan_of(held), best = plan_of(unheld);
     for (std::size_t i = 0; i < in_reals; ++i) x[i] = static_cast<R>(i % 17) - 8;
     vrn_dft_handle ours = plan_ours<R>(p, against_threads == 0 ? 1 : against_threads),
                    single = against_threads == 0 ? nullptr : plan_ours<R>(p, 1);
@@ -127,13 +107,17 @@ void row(benchmark::State& state, const problem& p, int against_threads)
         };
     };
     race.all.push_back({"ours", true, run(ours)});
-    if (other != nullptr)
-        race.all.push_back({"FFTW", true, [other](long calls) {
-                                while (calls-- > 0) P::run(other);
-                            }});
+    const auto run_peer = [](const P* library, typename P::plan plan) {
+        return [library, plan](long calls) {
+            while (calls-- > 0) library->run(plan);
+        };
+    };
+    if (other != nullptr) race.all.push_back({"FFTW", true, run_peer(held, other)});
+    if (best != nullptr) race.all.push_back({"FFTW at its best", false, run_peer(unheld, best)});
     if (single != nullptr) race.all.push_back({"one thread", true, run(single)});
     hold(state, race);
-    if (other != nullptr) P::destroy(other);
+    if (other != nullptr) held->destroy(other);
+    if (best != nullptr) unheld->destroy(best);
     vrn_dft_free(&ours);
     vrn_dft_free(&single);
     std::free(x);
@@ -147,6 +131,10 @@ const problem problems[] = {
     {"complex 256", {256}},
     {"complex 1000", {1000}},
     {"complex 65536", {65536}},
+    {"complex 1048576", {1 << 20}},
+    {"complex 4194304", {1 << 22}},
+    {"real 8", {8}, true},
+    {"real 15", {15}, true},
     {"real 64", {64}, true},
     {"real 256", {256}, true},
     {"real 1024", {1024}, true},
@@ -172,21 +160,44 @@ const problem problems[] = {
     {"four 24", {24, 24, 24, 24}},
 };
 
-// Plans made and dropped, beside FFTW's planning without measurements: commits a second, and how many computes one
-// costs.
+// The least time of one call, over a few passes.
+template <class Call>
+double least_seconds(Call&& call)
+{
+    const auto seconds = [&](long calls) {
+        const auto start = std::chrono::steady_clock::now();
+        while (calls-- > 0) call();
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    };
+    const long calls = 1 + static_cast<long>(1e-3 / (seconds(10) / 10));
+    double best = 1e9;
+    for (int pass = 0; pass < 15; ++pass) best = std::min(best, seconds(calls) / static_cast<double>(calls));
+    return best;
+}
+
+// A handle made, set up, committed and freed, beside FFTW's planning without measurements: handles a second, and how
+// many computes one costs, both at their least.
 void commit_row(benchmark::State& state, std::int64_t n)
 {
-    const problem p{"", {n}};
     double *x = aligned<double>(static_cast<std::size_t>(2 * n)),
            *y = aligned<double>(static_cast<std::size_t>(2 * n));
     std::fill(x, x + 2 * n, 1.0);
+    const auto plan = [n] {
+        vrn_dft_handle h = nullptr;
+        vrn_dft_create(&h, VRN_DFT_DOUBLE, VRN_DFT_COMPLEX, 1, &n);
+        vrn_dft_set_int(h, VRN_DFT_PLACEMENT, VRN_DFT_NOT_IN_PLACE);
+        vrn_dft_set_int(h, VRN_DFT_THREADS, 1);
+        vrn_dft_commit(h);
+        return h;
+    };
+    const auto plan_and_free = [plan] {
+        vrn_dft_handle h = plan();
+        vrn_dft_free(&h);
+    };
     contest race;
     race.work = 1e9;
-    race.all.push_back({"ours", true, [&p](long calls) {
-                            while (calls-- > 0) {
-                                vrn_dft_handle h = plan_ours<double>(p, 1);
-                                vrn_dft_free(&h);
-                            }
+    race.all.push_back({"ours", true, [plan_and_free](long calls) {
+                            while (calls-- > 0) plan_and_free();
                         }});
     race.all.push_back(
         {"FFTW", true, [=](long calls) {
@@ -195,16 +206,8 @@ void commit_row(benchmark::State& state, std::int64_t n)
                                                     reinterpret_cast<fftw_complex*>(y), FFTW_FORWARD, FFTW_ESTIMATE));
          }});
     hold(state, race);
-    vrn_dft_handle h = plan_ours<double>(p, 1);
-    const auto seconds = [&](long calls) {
-        const auto start = std::chrono::steady_clock::now();
-        for (long i = 0; i < calls; ++i) vrn_dft_forward(h, x, y);
-        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-    };
-    const long calls = 1 + static_cast<long>(2e-3 / (seconds(3) / 3));
-    double best = 1e9;
-    for (int pass = 0; pass < 9; ++pass) best = std::min(best, seconds(calls) / static_cast<double>(calls));
-    state.counters["computes"] = 1 / (state.counters["ours"] * best);
+    vrn_dft_handle h = plan();
+    state.counters["computes"] = least_seconds(plan_and_free) / least_seconds([=] { vrn_dft_forward(h, x, y); });
     vrn_dft_free(&h);
     std::free(x);
     std::free(y);
@@ -225,7 +228,8 @@ int main(int argc, char** argv)
             row<double>(s, p, 2);
         })->Iterations(1);
     }
-    for (const std::int64_t n : {16, 64, 100, 256, 1000, 1024, 1009, 4096})
+    for (const std::int64_t n :
+         {2, 4, 8, 15, 16, 32, 60, 64, 97, 100, 128, 256, 512, 1000, 1009, 1024, 2048, 3000, 4096})
         benchmark::RegisterBenchmark(("commit/complex " + std::to_string(n)).c_str(), [n](benchmark::State& s) {
             commit_row(s, n);
         })->Iterations(1);

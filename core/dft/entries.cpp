@@ -229,14 +229,18 @@ bool is_split(const descriptor* d)
     return d->forward_domain == domain_complex && d->complex_storage == storage_split;
 }
 
-std::int32_t compute(descriptor* d, compute_function* descriptor::*direction, void* in, void* out)
+// One copy a direction, and the last thing it does is the call: for the shortest transforms this is half of the time.
+// A compute has none of the inner statuses.
+template <compute_function* descriptor::*Direction>
+std::int32_t compute(descriptor* d, void* in, void* out)
 {
     if (!usable(d)) return bad_configuration;
-    if (d->status != committed || d->*direction == nullptr) return not_committed;
+    compute_function* const run = d->*Direction;
+    if (d->status != committed || run == nullptr) return not_committed;
     if (is_split(d)) return bad_configuration;
     const bool apart = d->placement == not_in_place;
     if (in == nullptr || (apart && out == nullptr)) return bad_value;
-    return public_status((d->*direction)(d, in, apart ? out : nullptr));
+    return run(d, in, apart ? out : nullptr);
 }
 
 std::int32_t compute_split(descriptor* d, compute_function* descriptor::*direction, void* in_re, void* in_im,
@@ -251,14 +255,15 @@ std::int32_t compute_split(descriptor* d, compute_function* descriptor::*directi
     return public_status((d->*direction)(d, parts, nullptr));
 }
 
-std::int32_t compute_listed(descriptor* d, compute_function* descriptor::*direction, void* first, std::va_list& rest)
+template <compute_function* descriptor::*Direction>
+std::int32_t compute_listed(descriptor* d, void* first, std::va_list& rest)
 {
     if (!usable(d)) return bad_configuration;
     const bool apart = d->placement == not_in_place;
-    if (!is_split(d)) return compute(d, direction, first, apart ? va_arg(rest, void*) : nullptr);
+    if (!is_split(d)) return compute<Direction>(d, first, apart ? va_arg(rest, void*) : nullptr);
     void* more[3] = {};
     for (int i = 0; i < (apart ? 3 : 1); ++i) more[i] = va_arg(rest, void*);
-    return compute_split(d, direction, first, more[0], more[1], more[2]);
+    return compute_split(d, Direction, first, more[0], more[1], more[2]);
 }
 
 const char* message(std::int32_t status)
@@ -343,11 +348,11 @@ int32_t vrn_dft_get_name(vrn_dft_handle handle, char* name, int32_t capacity)
 int32_t vrn_dft_commit(vrn_dft_handle handle) { return commit(handle); }
 int32_t vrn_dft_forward(vrn_dft_handle handle, void* in, void* out)
 {
-    return compute(handle, &descriptor::compute_forward, in, out);
+    return compute<&descriptor::compute_forward>(handle, in, out);
 }
 int32_t vrn_dft_backward(vrn_dft_handle handle, void* in, void* out)
 {
-    return compute(handle, &descriptor::compute_backward, in, out);
+    return compute<&descriptor::compute_backward>(handle, in, out);
 }
 int32_t vrn_dft_forward_split(vrn_dft_handle handle, void* in_re, void* in_im, void* out_re, void* out_im)
 {
@@ -407,7 +412,7 @@ std::int32_t vrn_dft_dfticomputeforward(descriptor* handle, void* in, ...)
 {
     std::va_list rest;
     va_start(rest, in);
-    const std::int32_t s = compute_listed(handle, &descriptor::compute_forward, in, rest);
+    const std::int32_t s = compute_listed<&descriptor::compute_forward>(handle, in, rest);
     va_end(rest);
     return s;
 }
@@ -415,7 +420,7 @@ std::int32_t vrn_dft_dfticomputebackward(descriptor* handle, void* in, ...)
 {
     std::va_list rest;
     va_start(rest, in);
-    const std::int32_t s = compute_listed(handle, &descriptor::compute_backward, in, rest);
+    const std::int32_t s = compute_listed<&descriptor::compute_backward>(handle, in, rest);
     va_end(rest);
     return s;
 }
@@ -444,7 +449,7 @@ std::int32_t vrn_dft_dfti_commit_descriptor_external(descriptor** handle) { retu
 #define COMPUTE_BY_REFERENCE(name, R, direction)                                                                     \
     std::int32_t name(descriptor** handle, R* data)                                                                  \
     {                                                                                                                \
-        return compute(*handle, &descriptor::direction, data, nullptr);                                              \
+        return compute<&descriptor::direction>(*handle, data, nullptr);                                              \
     }
 COMPUTE_BY_REFERENCE(vrn_dft_dfti_compute_forward_d, double, compute_forward)
 COMPUTE_BY_REFERENCE(vrn_dft_dfti_compute_forward_s, float, compute_forward)

@@ -12,7 +12,6 @@
 #include "frame/services.hpp"
 
 #include <algorithm>
-#include <bit>
 #include <cstdio>
 #include <cstdlib>
 #include <new>
@@ -46,7 +45,7 @@ VRN_NO_ASAN void set_mark(void* block, tag mark) { header_of(block)->mark = mark
 
 bool is_alignment(std::int32_t value)
 {
-    return value > 0 && std::has_single_bit(static_cast<std::uint32_t>(value));
+    return value > 0 && (value & (value - 1)) == 0; // counting bits would be a call below SSE4.2
 }
 
 void* create(std::size_t size, std::int32_t alignment, tag mark, bool zeroed)
@@ -63,7 +62,7 @@ void* create(std::size_t size, std::int32_t alignment, tag mark, bool zeroed)
     auto* base = static_cast<std::byte*>(zeroed ? std::calloc(1, total) : std::malloc(total));
     if (base == nullptr) return nullptr;
     const auto first = reinterpret_cast<std::uintptr_t>(base) + sizeof(header);
-    std::byte* block = base + sizeof(header) + (step - first % step) % step;
+    std::byte* block = base + sizeof(header) + (-first & (step - 1));
     const auto capacity = static_cast<std::size_t>(base + total - block);
     new (header_of(block)) header{base, total, capacity, mark};
     close_region(base, static_cast<std::size_t>(block - base));

@@ -37,6 +37,13 @@ constexpr int prime_power(int n)
     for (const int p = smallest_prime(n); n % p == 0; n /= p) q *= p;
     return q;
 }
+// The coprime factor that goes first: all but the last power of a prime, so that both fit the registers. 30 is 6
+// by 5.
+constexpr int coprime_factor(int n)
+{
+    const int q = prime_power(n), rest = n / q;
+    return rest == prime_power(rest) ? q : q * coprime_factor(rest);
+}
 // b with a b = 1 mod n
 constexpr int inverse(int a, int n)
 {
@@ -220,7 +227,7 @@ VRN_INLINE void transform(In&& in, Out&& out)
         else prime_butterfly(x, N, {prime_table_of<R, N>.value, prime_table_of<R, N>.power});
         unroll<N>([&](auto k) VRN_HERE { out(k, x[k]); });
     } else if constexpr (prime_power(N) != N) {
-        constexpr int A = prime_power(N), B = N / A;
+        constexpr int A = coprime_factor(N), B = N / A;
         two_steps<A, B, coprime_indices<A, B>, C>(in, out);
     } else {
         constexpr int A = rows_of(N), B = N / A;

@@ -77,14 +77,14 @@ inline const direct_tables<float>& direct_tables_of<float>()
 }
 
 // ---- real direct kernels ----
-// Lengths 2, 4, 8, 16, 32 and 64 at index log2 n. `format` is 54 (CCS), 55 (PACK), 56 (PERM) or 57 (CCE); 54 and 57
-// have n + 2 reals on the packed side. in and out are the same or apart.
+// By length: 2 to 16, 25, 32 and 64, null elsewhere. `format` is 54 (CCS), 55 (PACK), 56 (PERM) or 57 (CCE); 54 and
+// 57 have n + 2 reals on the packed side of even lengths, n + 1 of odd ones. in and out are the same or apart.
 template <class R>
 using real_codelet = void(const R* in, R* out, std::int32_t format, R scale);
 template <class R>
 struct real_tables {
-    real_codelet<R>* forward[7];
-    real_codelet<R>* backward[7];
+    real_codelet<R>* forward[longest_codelet + 1];
+    real_codelet<R>* backward[longest_codelet + 1];
 };
 extern const real_tables<double> real_codelets_d;
 extern const real_tables<float> real_codelets_s;

@@ -1,9 +1,9 @@
 // dft/codelets/codelets_of.hpp - the direct codelets and real kernels of one type (VRN_REAL) and their tables.
 // Compiled once for each type, so that two compilers share the work.
 
-#include "dft/codelets/butterfly.hpp"
 #include "dft/codelets/codelets.hpp"
 #include "dft/codelets/halves.hpp"
+#include "dft/codelets/real_butterfly.hpp"
 
 namespace vrn::dft {
 namespace {
@@ -109,32 +109,87 @@ constexpr packing packing_of(std::int32_t format)
     return format == 55 ? packing::pack : format == 56 ? packing::perm : packing::ccs;
 }
 
+VRN_INLINE vec<double> value_at(const double* p) { return vec<double>::loadu(p); }
+VRN_INLINE vec<float> value_at(const float* p) { return vec<float>::load2(p); }
+VRN_INLINE void put_value(vec<double> x, double* p) { x.storeu(p); }
+VRN_INLINE void put_value(vec<float> x, float* p) { x.store2(p); }
+
+// Where a packed row of N has X[N/2], and X[k] from 2k on.
 template <int N>
-void complex_of(const R* in, R* out, bool inverse)
-{
-    if constexpr (N == 1) copy_one(in, out);
-    else if (inverse) backward<N>(in, out);
-    else forward<N>(in, out);
-}
+struct places {
+    std::ptrdiff_t last, shift;
+    explicit places(packing form)
+        : last(form == packing::ccs    ? N
+               : form == packing::perm ? 1
+                                       : N - 1),
+          shift(form == packing::ccs || (form == packing::perm && N % 2 == 0) ? 0 : -1)
+    {
+    }
+};
+
+// Lengths that stay in registers, or nearly, between the two halves of the work; longer powers of 2 go through the
+// packed row in memory, two singles at a time.
+constexpr bool in_registers(int n) { return n <= 16 || n % 2 != 0; }
+
 template <int N>
 void real_forward(const R* in, R* out, std::int32_t format, R scale)
 {
+    using V = vec<R>;
     const packing form = packing_of(format);
-    complex_of<N / 2>(in, out, false);
-    spectrum_of_halves(out, N / 2, half_roots_of<N>.value);
-    if (scale != 1)
-        for (int i = 0; i < N; ++i) out[i] *= scale;
-    from_perm(out, N, form);
+    if constexpr (in_registers(N)) {
+        const places<N> at(form);
+        const auto put = [&](auto k, V x) VRN_HERE {
+            if constexpr (k == 0) x.store1(out);
+            else if constexpr (2 * k == N) x.store1(out + at.last);
+            else put_value(x, out + 2 * k + at.shift);
+        };
+        if constexpr (N % 2 != 0) detail::odd_spectrum<N, V>([&](auto j) VRN_HERE { return V::all(in[j]); }, put);
+        else detail::even_spectrum<N, V>([&](auto j) VRN_HERE { return value_at(in + 2 * j); }, put);
+        if (scale != 1)
+            for (int i = 0; i < N + (form == packing::ccs ? 1 : 0); ++i) out[i] *= scale;
+        if (form == packing::ccs) {
+            out[1] = 0;
+            if constexpr (N % 2 == 0) out[N + 1] = 0;
+        }
+    } else {
+        forward<N / 2>(in, out);
+        spectrum_of_halves(out, N / 2, half_roots_of<N>.value);
+        if (scale != 1)
+            for (int i = 0; i < N; ++i) out[i] *= scale;
+        from_perm(out, N, form);
+    }
 }
 template <int N>
 void real_backward(const R* in, R* out, std::int32_t format, R scale)
 {
+    using V = vec<R>;
     const packing form = packing_of(format);
-    const R* perm = form == packing::pack ? to_perm(in, out, N) : in;
-    halves_of_spectrum(perm, form == packing::ccs ? in[N] : perm[1], out, N / 2, half_roots_of<N>.value);
-    complex_of<N / 2>(out, out, true);
+    if constexpr (in_registers(N)) {
+        const places<N> at(form);
+        const auto get = [&](auto k) VRN_HERE {
+            if constexpr (k == 0) return V::all(in[0]);
+            else if constexpr (2 * k == N) return V::all(in[at.last]);
+            else return value_at(in + 2 * k + at.shift);
+        };
+        if constexpr (N % 2 != 0) detail::odd_values<N, V>(get, [&](auto j, V x) VRN_HERE { x.store1(out + j); });
+        else detail::even_values<N, V>(get, [&](auto j, V x) VRN_HERE { put_value(x, out + 2 * j); });
+    } else {
+        const R* perm = form == packing::pack ? to_perm(in, out, N) : in;
+        halves_of_spectrum(perm, form == packing::ccs ? in[N] : perm[1], out, N / 2, half_roots_of<N>.value);
+        backward<N / 2>(out, out);
+    }
     if (scale != 1)
         for (int i = 0; i < N; ++i) out[i] *= scale;
+}
+
+template <int... I>
+constexpr real_tables<R> real_table_of(std::integer_sequence<int, I...>)
+{
+    real_tables<R> t{{nullptr, nullptr, real_forward<I + 2>...}, {nullptr, nullptr, real_backward<I + 2>...}};
+    t.forward[25] = real_forward<25>, t.backward[25] = real_backward<25>;
+    t.forward[32] = real_forward<32>, t.backward[32] = real_backward<32>;
+    t.forward[64] = real_forward<64>, t.backward[64] = real_backward<64>;
+    return t;
 }
 
 } // namespace
@@ -159,10 +214,7 @@ const direct_tables<R> VRN_SUFFIX(direct_tables_, VRN_LETTER) = {{{8, forward<8>
                                                                   {64, forward<64>, backward<64>},
                                                                   {0, nullptr, nullptr}}};
 
-const real_tables<R> VRN_SUFFIX(real_codelets_,
-                                VRN_LETTER) = {{nullptr, real_forward<2>, real_forward<4>, real_forward<8>,
-                                                real_forward<16>, real_forward<32>, real_forward<64>},
-                                               {nullptr, real_backward<2>, real_backward<4>, real_backward<8>,
-                                                real_backward<16>, real_backward<32>, real_backward<64>}};
+constinit const real_tables<R> VRN_SUFFIX(real_codelets_,
+                                          VRN_LETTER) = real_table_of(std::make_integer_sequence<int, 15>{});
 
 } // namespace vrn::dft

@@ -119,8 +119,8 @@ dft_status real_direct_kernel(const void* in, void* out, const descriptor* node,
     const auto& table = engine<R>::real_direct;
     const std::int32_t layout =
         !Forward && node->real_md_pack_flag ? static_cast<std::int32_t>(format_perm) : layout_of(node);
-    (Forward ? table.forward : table.backward)[node->log2_length](static_cast<const R*>(in), static_cast<R*>(out),
-                                                                  layout, used_scale<R, Forward>(node));
+    (Forward ? table.forward : table.backward)[node->length](static_cast<const R*>(in), static_cast<R*>(out), layout,
+                                                             used_scale<R, Forward>(node));
     return ok;
 }
 

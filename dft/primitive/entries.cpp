@@ -98,12 +98,12 @@ std::int32_t compute_real(const R* in, R* out, const primitive_plan* raw, std::b
     // Kernels of one length each, as above; formats are numbered in the order of their names.
     if (raw != nullptr && in != nullptr && out != nullptr) {
         const primitive_plan& plan = *aligned64(raw);
-        const auto n = static_cast<std::uint32_t>(plan.length);
-        if (plan.stamp == stamp_real && n > 1 && n <= longest_codelet && std::has_single_bit(n) &&
-            plan.scale_forward + plan.scale_inverse == 0) {
+        if (plan.stamp == stamp_real && has_real_codelet<R>(plan.length)) {
+            const bool forward = d == direction::forward,
+                       scaled = (forward ? plan.scale_forward : plan.scale_inverse) != 0;
             const auto& table = real_codelets<R>();
-            (d == direction::forward ? table.forward : table.backward)[std::countr_zero(n)](
-                in, out, first_format + static_cast<int>(form), R(1));
+            (forward ? table.forward : table.backward)[plan.length](in, out, first_format + static_cast<int>(form),
+                                                                    scaled ? static_cast<R>(plan.scale) : R(1));
             return kpr_ok;
         }
     }

@@ -1,9 +1,10 @@
 // dft/primitive/odd.cpp - real plans of odd length.
 //
-//     1 to 15                codelet, through complex values
 //     prime below 91         the double loop over pairs of reals
 //     the factor rule holds  real stages (real_stages.hpp)
 //     anything else          chirp, through complex values
+//
+// The shortest are codelets and do not come here.
 
 #include "dft/primitive/factor.hpp"
 #include "dft/primitive/real.hpp"
@@ -156,10 +157,8 @@ void run_complex_odd(const primitive_plan& plan, direction d, packing form, cons
 {
     const std::int32_t n = plan.length, rest = form == packing::ccs ? 2 : 1;
     const auto values = static_cast<std::size_t>(n - 1) * sizeof(R);
-    R on_stack[2 * direct_limit] = {};
-    R* z = n <= direct_limit ? on_stack : reinterpret_cast<R*>(work);
-    std::byte* inner_work =
-        n <= direct_limit ? nullptr : aligned64(work + sizeof(R) * 2 * static_cast<std::size_t>(n));
+    R* z = reinterpret_cast<R*>(work);
+    std::byte* inner_work = aligned64(work + sizeof(R) * 2 * static_cast<std::size_t>(n));
     const primitive_plan* inner = aligned64(plan.conv_plan);
     if (d == direction::forward) {
         for (std::int32_t j = 0; j < n; ++j) z[2 * j] = in[j], z[2 * j + 1] = 0;
@@ -182,24 +181,20 @@ template <class R>
 std::int32_t build_odd(primitive_plan& plan)
 {
     const std::int32_t n = plan.length;
-    if (n > direct_limit && n <= prime_limit && detail::is_prime(n)) {
+    if (n == 1) return kpr_ok;
+    if (n <= prime_limit && detail::is_prime(n)) {
         plan.prime_table = make_prime_table<R>(n);
         plan.work_size = static_cast<std::int32_t>(n * sizeof(R) + 64);
         return plan.prime_table != nullptr ? kpr_ok : kpr_no_memory;
     }
-    if (n > direct_limit) {
-        const std::int32_t status = build_mixed<R>(plan);
-        if (status != kpr_bad_length) return status;
-    }
+    if (const auto status = build_mixed<R>(plan); status != kpr_bad_length) return status;
     if (const auto status = make_complex<R>(&plan.conv_plan, n, scale_none, plan.hint, stamp_complex);
         status != kpr_ok)
         return status;
-    if (n > direct_limit) {
-        const std::int64_t bytes =
-            aligned64(plan.conv_plan)->work_size + 2 * static_cast<std::int64_t>(sizeof(R)) * n + 128;
-        if (bytes > INT32_MAX) return kpr_bad_length;
-        plan.work_size = static_cast<std::int32_t>(bytes);
-    }
+    const std::int64_t bytes =
+        aligned64(plan.conv_plan)->work_size + 2 * static_cast<std::int64_t>(sizeof(R)) * n + 128;
+    if (bytes > INT32_MAX) return kpr_bad_length;
+    plan.work_size = static_cast<std::int32_t>(bytes);
     return kpr_ok;
 }
 template std::int32_t build_odd<double>(primitive_plan&);
@@ -208,7 +203,10 @@ template std::int32_t build_odd<float>(primitive_plan&);
 template <class R>
 void run_odd(const primitive_plan& plan, direction d, packing form, const R* in, R* out, std::byte* work)
 {
-    if (plan.prime_table != nullptr) run_prime_odd(plan, d, form, in, out);
+    if (plan.length == 1) {
+        out[0] = in[0];
+        if (d == direction::forward && form == packing::ccs) out[1] = 0;
+    } else if (plan.prime_table != nullptr) run_prime_odd(plan, d, form, in, out);
     else if (plan.mixed_radix != 0) run_stages_odd(plan, d, form, in, out, work);
     else run_complex_odd(plan, d, form, in, out, work);
 }

@@ -1,9 +1,9 @@
 // dft/primitive/real.cpp - real plans: n real values and their half spectrum in the packed layouts.
 //
-// The half-length method (codelets/halves.hpp) on the complex plan of n/2; odd n stand in odd.cpp.
+// Short lengths are one codelet; even ones above them take the half-length method (codelets/halves.hpp) on the
+// complex plan of n/2; odd ones stand in odd.cpp.
 
 #include "dft/primitive/real.hpp"
-#include "dft/codelets/codelets.hpp"
 
 namespace vrn::dft {
 namespace {
@@ -22,6 +22,7 @@ template <class R>
 std::int32_t build(primitive_plan& plan)
 {
     const std::int32_t n = plan.length;
+    if (has_real_codelet<R>(n)) return kpr_ok;
     if (n % 2 != 0) return build_odd<R>(plan);
     const std::int32_t h = n / 2;
     if (const auto status = make_complex<R>(&plan.conv_plan, h, scale_none, plan.hint, stamp_complex);

@@ -96,27 +96,48 @@ void half_stage(const stage_call<R, layout::planar>& call)
 //     forward   X_k = x_0 + sum (x_j + x_(p-j)) cos - i sum (x_j - x_(p-j)) sin
 //     inverse   x_j, x_(p-j) = X_0 + sum 2 Re X_k cos -+ sum 2 Im X_k sin
 // Pairs go in the order of the table's generator, as in prime_butterfly; cosines and sines lie side by side.
-inline double root_value(const double* p, double) { return *p; }
-inline float root_value(const float* p, float) { return *p; }
 template <class R>
-VRN_INLINE vec<R> root_value(const R* p, vec<R>)
-{
-    return vec<R>::all(*p);
-}
-
-template <class T, class R>
-VRN_INLINE void prime_sums(const T* even, const T* odd, int p, prime_roots<R> w, T first, T* cosines, T* sines)
+VRN_INLINE void prime_sums(const vec<R>* even, const vec<R>* odd, int p, prime_roots<R> w, vec<R> first,
+                           vec<R>* cosines, vec<R>* sines)
 {
     const int h = (p - 1) / 2;
     for (int u = 0; u < h; ++u) {
         const R* value = w.value + 2 * u;
-        T c = first + root_value(value, first) * even[0], s = root_value(value + 1, first) * odd[0];
+        vec<R> c = first + vec<R>::all(value[0]) * even[0], s = vec<R>::all(value[1]) * odd[0];
         for (int t = 1; t < h; ++t) {
-            c = c + root_value(value + 2 * t, first) * even[t];
-            s = s + root_value(value + 2 * t + 1, first) * odd[t];
+            c = c + vec<R>::all(value[2 * t]) * even[t];
+            s = s + vec<R>::all(value[2 * t + 1]) * odd[t];
         }
         cosines[u] = c, sines[u] = s;
     }
+}
+
+// One transform: a pair (even, odd) times (cos, sin) as they lie, `rows` sums at once to keep the adder busy.
+template <int Rows, class R>
+VRN_INLINE void pair_rows(const R* pairs, int h, const R* value, R first, R* cosines, R* sines)
+{
+    using V = vec<R>;
+    V sum[Rows];
+    unroll<Rows>([&](auto r) VRN_HERE { sum[r] = V::load1(&first); });
+    for (int t = 0; t < 2 * h; t += V::lanes)
+        unroll<Rows>([&](auto r) VRN_HERE { sum[r] = sum[r] + V::loadu(value + 2 * r + t) * V::load(pairs + t); });
+    unroll<Rows>([&](auto r) VRN_HERE {
+        if constexpr (V::lanes == 4) sum[r] = sum[r] + swap_halves(sum[r]);
+        cosines[r] = sum[r].lane(0), sines[r] = sum[r].lane(1);
+    });
+}
+template <class R>
+VRN_INLINE void prime_sums(const R* even, const R* odd, int p, prime_roots<R> w, R first, R* cosines, R* sines)
+{
+    constexpr int rows = 6;
+    const int h = (p - 1) / 2;
+    // Singles read a pair behind the last; the table goes on there and the product with 0 is none.
+    alignas(16) R pairs[longest_prime + 3];
+    for (int t = 0; t < h; ++t) pairs[2 * t] = even[t], pairs[2 * t + 1] = odd[t];
+    pairs[2 * h] = pairs[2 * h + 1] = 0;
+    int u = 0;
+    for (; u + rows <= h; u += rows) pair_rows<rows>(pairs, h, w.value + 2 * u, first, cosines + u, sines + u);
+    for (; u < h; ++u) pair_rows<1>(pairs, h, w.value + 2 * u, first, cosines + u, sines + u);
 }
 
 template <class T, class R>

@@ -92,11 +92,8 @@ struct runner {
     {
         if constexpr (L == layout::blocked) {
             const stage_record& s = stages[last];
-            static constexpr leaf_kernel<L> kernels[][2] = {
-                {leaf_blocked<8, Inverse, false, R>, leaf_blocked<8, Inverse, true, R>},
-                {leaf_blocked<16, Inverse, false, R>, leaf_blocked<16, Inverse, true, R>}};
             const bool aligned = reinterpret_cast<std::uintptr_t>(in) % 16 == 0;
-            const auto kernel = kernels[s.radix / 16][aligned];
+            const auto kernel = aligned ? leaf_blocked<8, Inverse, true, R> : leaf_blocked<8, Inverse, false, R>;
             kernel({in, s.product, permutation, data, s.product, {}, stages[0].radix});
         }
         run(0, {0, 1, 0});
@@ -139,13 +136,13 @@ struct runner {
     void combine(int t, std::int32_t begin, std::int32_t size) const
     {
         const stage_record& s = stages[t];
-        const stage_call<R, L> call{data.at(begin),
-                                    s.remaining,
-                                    size / (s.radix * s.remaining),
-                                    static_cast<const R*>(s.twiddles),
-                                    roots_of(s),
-                                    s.radix,
-                                    out};
+        // Divisions cost short lengths some percent of their time.
+        const auto block = static_cast<std::uint32_t>(s.radix * s.remaining);
+        const std::int32_t count = L == layout::blocked ? size >> std::countr_zero(block)
+                                   : t == 0             ? 1
+                                                        : size / static_cast<std::int32_t>(block);
+        const stage_call<R, L> call{data.at(begin), s.remaining, count, static_cast<const R*>(s.twiddles),
+                                    roots_of(s),    s.radix,     out};
         if (t == 0) stage_of<L, true, Inverse>(s.radix)(call);
         else stage_of<L, false, false>(s.radix)(call);
     }
