@@ -4,10 +4,10 @@
 // Real ones have a complex spectrum: a row goes through the complex codelet of its length as it stands and keeps n/2
 // + 1 values; at these lengths that is less than finding another way.
 
-#include "dft/commit/batch_plan.hpp"
 #include "dft/commit/strategies.hpp"
 #include "dft/compute/move.hpp"
 #include "dft/compute/real.hpp"
+#include "dft/compute/short_columns.hpp"
 
 namespace vrn::dft {
 
@@ -55,8 +55,8 @@ cube_record<R>* prepare(const commit_method* method, descriptor* d, int rank, bo
 template <class R, bool Forward>
 void columns(cplx<R>* data, std::int64_t n, std::int64_t stride, std::int64_t width)
 {
-    if (n <= longest_base && lie_well<R>(n, 2 * stride))
-        return short_columns<R>(n, Forward, &data->re, 2 * stride, &data->re, 2 * stride, width, R{1});
+    if (const auto way = short_way<R>(n, 2 * stride, 2 * stride); way.n1 != 0)
+        return short_columns<R>(way, Forward, &data->re, 2 * stride, &data->re, 2 * stride, width, R{1});
     auto* codelet = (Forward ? codelets<R>().forward : codelets<R>().backward)[n];
     cplx<R> block[4 * longest_edge];
     for (std::int64_t i = 0; i < width;) {

@@ -7,6 +7,7 @@
 
 #include "dft/commit/batch_plan.hpp"
 #include "dft/compute/move.hpp"
+#include "dft/compute/short_columns.hpp"
 
 namespace vrn::dft {
 
@@ -63,12 +64,13 @@ dft_status transform_columns(const column_kernel& k, const side<const In>& in, c
     if constexpr (std::is_same_v<In, Out> && simd::element<In>::parts == 2) {
         using R = simd::real_of<In>;
         const bool neighbours = in.distance == 2 && out.distance == 2;
-        if (neighbours && is_short(k.node) && lie_well<R>(in.count, in.stride) && lie_well<R>(in.count, out.stride)) {
-            const bool forward = k.run == k.node->forward_kernel;
-            const R scale = forward ? used_scale<R, true>(k.node) : used_scale<R, false>(k.node);
-            short_columns<R>(k.node->length, forward, &in.data->re, in.stride, &out.data->re, out.stride, columns,
-                             scale);
-            return ok;
+        if (neighbours && k.node->ordering == ordered && !has_batch_plans(k.node)) {
+            if (const auto way = short_way<R>(k.node->length, in.stride, out.stride); way.n1 != 0) {
+                const bool forward = k.run == k.node->forward_kernel;
+                const R scale = forward ? used_scale<R, true>(k.node) : used_scale<R, false>(k.node);
+                short_columns<R>(way, forward, &in.data->re, in.stride, &out.data->re, out.stride, columns, scale);
+                return ok;
+            }
         }
         if (neighbours && has_batch_plans(k.node) &&
             run_batch_plans<R>(k.node, k.run, in.data, in.stride, out.data, out.stride, columns) == ok)
