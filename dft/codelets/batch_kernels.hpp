@@ -16,11 +16,13 @@ namespace vrn::dft {
 
 inline constexpr int longest_base = 16;
 
-// Rows of a pass: value j of the first column at p + j * step (reals); the columns follow, 2 reals each.
-// Output 0 goes to `first`, output k to out + k * step.
+// Value j of the first column at in + j * in_step, output 0 at `first`, output k at out + k * step; each further vector
+// of columns is in_distance and out_distance away. All count reals. A double is a vector by itself, so that the columns
+// of its passes may as well be rows.
 template <class R>
-using plain_pass = void(const R* in, std::int64_t in_step, R* first, R* out, std::int64_t step, std::int64_t columns);
-// The same with output k at out + k * step times twiddle k - 1 of a row of them; output 0 has none.
+using plain_pass = void(const R* in, std::int64_t in_step, std::int64_t in_distance, R* first, R* out,
+                        std::int64_t step, std::int64_t out_distance, std::int64_t columns);
+// Neighbouring columns, with output k at out + k * step times twiddle k - 1 of a row of them; output 0 has none.
 template <class R>
 using twiddled_pass = void(const R* in, std::int64_t in_step, R* out, std::int64_t step, std::int64_t columns,
                            const R* twiddles);
@@ -96,6 +98,8 @@ constexpr void put_twiddles(R* w, std::int64_t n1, std::int64_t n2, Root root)
 // there is none.
 template <class R>
 passes<R> two_passes(std::int64_t n);
+
+inline constexpr std::int64_t widest_block = 16; // of two passes
 
 // `columns` of them, forward or backward, out of place or in place. Strides count reals. The work holds
 // n1 n2 * `width` complex values; one pass needs none.

@@ -62,11 +62,11 @@ struct rows {
         return reinterpret_cast<P>(p);
     }
     // The next vector of columns, with the compiler kept from seeing through the addresses.
-    VRN_INLINE void next()
+    VRN_INLINE void next(std::int64_t distance)
     {
-        base += 16;
+        base += distance;
         if constexpr (N > 8) {
-            upper += 16;
+            upper += distance;
             asm("" : "+r"(base), "+r"(upper));
         } else {
             asm("" : "+r"(base));
@@ -75,19 +75,21 @@ struct rows {
 };
 
 template <int N, bool One>
-[[gnu::noinline]] void plain(const R* in, std::int64_t in_step, R* first, R* out, std::int64_t step,
-                             std::int64_t columns)
+[[gnu::noinline]] void plain(const R* in, std::int64_t in_step, std::int64_t in_distance, R* first, R* out,
+                             std::int64_t step, std::int64_t out_distance, std::int64_t columns)
 {
     rows<N, const R*> from(in, in_step);
     rows<N, R*> to(out, step);
+    in_distance *= static_cast<std::int64_t>(sizeof(R));
+    out_distance *= static_cast<std::int64_t>(sizeof(R));
     for (std::int64_t left = 2 * columns; left > 0; left -= batch_lanes<R>) {
         transform<N, C>([&](auto j) VRN_HERE { return C{load_columns<One>(from.template at<decltype(j)::value>())}; },
                         [&](auto k, C x) VRN_HERE {
                             if constexpr (k == 0) store_columns<One>(x.v, first);
                             else store_columns<One>(x.v, to.template at<decltype(k)::value>());
                         });
-        from.next(), to.next();
-        first += batch_lanes<R>;
+        from.next(in_distance), to.next(out_distance);
+        first = reinterpret_cast<R*>(reinterpret_cast<char*>(first) + out_distance);
     }
 }
 
@@ -107,7 +109,7 @@ template <int N, bool One>
                             }
                             store_columns<One>(x.v, to.template at<index>());
                         });
-        from.next(), to.next();
+        from.next(16), to.next(16);
     }
 }
 
@@ -154,37 +156,68 @@ void ask_for(const R* p, std::int64_t rows, std::int64_t step, std::int64_t colu
             __builtin_prefetch(p + c);
 }
 
+
+// Rows a multiple of a page apart meet in one set of the first-level cache, which holds 8 or 12 lines: a pass over
+// more of them would lose each line before the next column of it comes, so its rows are copied first, line by line.
+bool crowded(std::int64_t rows, std::int64_t step)
+{
+    return rows > 8 && step * static_cast<std::int64_t>(sizeof(R)) % 4096 == 0;
+}
+void copy_rows(const R* from, std::int64_t from_step, R* to, std::int64_t to_step, std::int64_t count,
+               std::int64_t reals)
+{
+    constexpr std::int64_t lanes = batch_lanes<R>;
+    for (std::int64_t j = 0; j < count; ++j, from += from_step, to += to_step) {
+        std::int64_t c = 0;
+        for (; c + lanes <= reals; c += lanes) vec<R>::loadu(from + c).storeu(to + c);
+        for (; c < reals; ++c) to[c] = from[c];
+    }
+}
+
 // One block, as wide as the work's rows.
 void run_block(const passes<R>& p, const pass_pair<R>& k, bool forward, const R* in, std::int64_t in_stride, R* out,
                std::int64_t stride, std::int64_t columns, R* work)
 {
+    constexpr std::int64_t lanes = batch_lanes<R>;
     const std::int64_t n1 = p.n1, n2 = p.n2, n = n1 * n2;
     R* const end = out + n * stride;
     if (n2 == 1)
-        return forward ? k.plain[n1](in, in_stride, out, out, stride, columns)
-                       : k.plain[n1](in, in_stride, out, end, -stride, columns);
+        return forward ? k.plain[n1](in, in_stride, lanes, out, out, stride, lanes, columns)
+                       : k.plain[n1](in, in_stride, lanes, out, end, -stride, lanes, columns);
+    alignas(64) R aside[longest_base * 2 * widest_block];
     const std::int64_t row = 2 * columns;
     const auto far = [](std::int64_t s) {
         return (s < 0 ? -s : s) * static_cast<std::int64_t>(sizeof(R)) >= far_apart;
     };
     const bool far_in = far(in_stride), far_out = far(stride);
+    const bool copied_in = crowded(n1, n2 * in_stride), copied_out = crowded(n2, n1 * stride);
     const R* w = p.twiddles;
     for (std::int64_t j = 0; j < n2; ++j, in += in_stride) {
         if (far_in && j + 1 < n2) ask_for(in + in_stride, n1, n2 * in_stride, columns);
+        if (copied_in) copy_rows(in, n2 * in_stride, aside, row, n1, row);
+        const R* from = copied_in ? aside : in;
+        const std::int64_t step = copied_in ? row : n2 * in_stride;
         R* to = work + j * row;
         if (j == 0) {
-            k.plain[n1](in, n2 * in_stride, to, to, n2 * row, columns);
+            k.plain[n1](from, step, lanes, to, to, n2 * row, lanes, columns);
         } else {
-            k.twiddled[n1](in, n2 * in_stride, to, n2 * row, columns, w);
+            k.twiddled[n1](from, step, to, n2 * row, columns, w);
             w += 2 * batch_lanes<R> * (n1 - 1);
         }
     }
     const std::int64_t step = forward ? stride : -stride;
     for (std::int64_t k1 = 0; k1 < n1; ++k1) {
+        const R* from = work + k1 * n2 * row;
         R* to = (forward ? out : end) + k1 * step;
         R* first = k1 == 0 ? out : to;
         if (far_out && k1 + 1 < n1) ask_for(to + step, n2, n1 * step, columns);
-        k.plain[n2](work + k1 * n2 * row, row, first, to, n1 * step, columns);
+        if (copied_out) {
+            k.plain[n2](from, row, lanes, aside, aside, row, lanes, columns);
+            copy_rows(aside, 0, first, 0, 1, row);
+            copy_rows(aside + row, row, to + n1 * step, n1 * step, n2 - 1, row);
+        } else {
+            k.plain[n2](from, row, lanes, first, to, n1 * step, lanes, columns);
+        }
     }
 }
 
@@ -209,6 +242,7 @@ void run_columns<R>(const passes<R>& p, bool forward, const R* in, std::int64_t 
 {
     const auto& k = batch_kernels<R>();
     constexpr std::int64_t each = batch_lanes<R> / 2;
+    if (p.n2 > 1) width = std::min(width, widest_block);
     for (std::int64_t done = 0; done < columns;) {
         std::int64_t now = std::min(columns - done, width);
         const bool one = now < each;

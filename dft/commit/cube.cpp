@@ -86,15 +86,13 @@ dft_status compute_cube(descriptor* d, void* in, void* out)
     const auto* x = static_cast<const cplx<R>*>(in) + d->input_offset;
     auto* y = InPlace ? static_cast<cplx<R>*>(in) + d->input_offset : static_cast<cplx<R>*>(out) + d->output_offset;
     const std::int64_t n = r.edge, planes = r.rank == 3 ? n : 1;
-    auto* codelet = (Forward ? codelets<R>().forward : codelets<R>().backward)[n];
     on_threads(d, std::min<std::int64_t>(d->thread_count, r.count), [&](int thread, int team) {
         const share s(r.count, thread, team);
         for (std::int64_t t = s.begin; t < s.end; ++t) {
             const cplx<R>* from = x + t * r.in_distance;
             cplx<R>* to = y + t * r.out_distance;
             for (std::int64_t k = 0; k < planes; ++k)
-                for (std::int64_t j = 0; j < n; ++j)
-                    codelet(&from[j * r.in[1] + k * r.in[2]].re, &to[j * r.out[1] + k * r.out[2]].re);
+                short_rows<R>(n, Forward, from + k * r.in[2], r.in[1], to + k * r.out[2], r.out[1], n);
             further<R, Forward>(to, r.out, r.rank, n, n);
         }
     });

@@ -46,10 +46,15 @@ dft_status one_block(const column_kernel& k, const side<const In>& in, const sid
 {
     const std::int64_t in_step = bytes / static_cast<std::int64_t>(sizeof(In));
     const std::int64_t out_step = bytes / static_cast<std::int64_t>(sizeof(Out));
-    gather(in.count, width, at(in.data, first * in.distance), in.stride, in.distance, reinterpret_cast<In*>(block),
-           in_step);
-    for (std::int64_t w = 0; w < width; ++w)
-        if (const dft_status s = k.run(block + w * bytes, block + w * bytes, k.node, k.work); s != ok) return s;
+    if (width == 1 && is_unit(in)) {
+        // A row that only its result must not be made in place: the kernel reads it where it lies.
+        if (const dft_status s = k.run(at(in.data, first * in.distance), block, k.node, k.work); s != ok) return s;
+    } else {
+        gather(in.count, width, at(in.data, first * in.distance), in.stride, in.distance,
+               reinterpret_cast<In*>(block), in_step);
+        for (std::int64_t w = 0; w < width; ++w)
+            if (const dft_status s = k.run(block + w * bytes, block + w * bytes, k.node, k.work); s != ok) return s;
+    }
     scatter(out.count, width, reinterpret_cast<const Out*>(block), out_step, at(out.data, first * out.distance),
             out.stride, out.distance);
     return ok;

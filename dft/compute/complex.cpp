@@ -34,7 +34,7 @@ DRIVER_OUT(vrn_dft_s42_xcbackward_out, float, false)
     VRN_EXPORT dft_status name(void* data, const std::int64_t* strides_first, const std::int64_t* strides_second,    \
                                kernel_function* first, kernel_function* second, const descriptor* d, void* work)     \
     {                                                                                                                \
-        return plane<R>(static_cast<cplx<R>*>(data), *strides_first, *strides_second, first, second, d, work);       \
+        return plane<R>({static_cast<cplx<R>*>(data), *strides_first, *strides_second}, {first, second}, d, work);   \
     }
 PLANE(vrn_dft_s42_xzdft2d, double)
 PLANE(vrn_dft_s42_xcdft2d, float)

@@ -71,6 +71,11 @@ template <bool Gather, class E>
 void move_columns(std::int64_t count, std::int64_t width, E* packed, std::int64_t packed_stride, E* strided,
                   std::int64_t stride, std::int64_t distance)
 {
+    if (width == 1 && stride == simd::element<E>::parts) {
+        if constexpr (Gather) std::memcpy(packed, strided, static_cast<std::size_t>(count) * sizeof(E));
+        else std::memcpy(strided, packed, static_cast<std::size_t>(count) * sizeof(E));
+        return;
+    }
     const bool ahead =
         stride * static_cast<std::int64_t>(sizeof(simd::real_of<E>)) >= far_apart && count > rows_ahead;
     auto move = [&](auto w) {

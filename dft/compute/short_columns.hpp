@@ -1,7 +1,8 @@
-// dft/compute/short_columns.hpp - columns of short lengths that are transformed where they lie, by the batch kernels.
+// dft/compute/short_columns.hpp - columns and rows of short lengths that are transformed where they lie, many a call.
 //
-// They take the place of a block's gather, codelet and scatter wherever columns are neighbours on both sides. Work
-// stands on the stack. Called by the column driver and by the small squares and cubes.
+// Columns take the place of a block's gather, kernel and scatter wherever they are neighbours on both sides. Work stands
+// on the stack. Rows are contiguous transforms of a codelet's length with nothing between its calls, to the bit
+// what the node's kernel does. Called by the drivers and by the small squares and cubes.
 #pragma once
 
 #include "dft/codelets/batch_kernels.hpp"
@@ -37,7 +38,29 @@ void short_columns(const passes<R>& way, bool forward, const R* in, std::int64_t
         return run_columns<R>(way, forward, in, in_stride, out, out_stride, columns, columns, nullptr, scale);
     alignas(64) R work[short_work_bytes / sizeof(R)];
     const std::int64_t most = short_work_bytes / (way.n1 * way.n2 * static_cast<std::int64_t>(sizeof(cplx<R>)));
-    run_columns<R>(way, forward, in, in_stride, out, out_stride, columns, std::min<std::int64_t>(most, 16), work, scale);
+    run_columns<R>(way, forward, in, in_stride, out, out_stride, columns, std::min(most, widest_block), work, scale);
+}
+
+// ---- rows ----
+
+template <class R>
+bool has_short_rows(const descriptor* node, R scale)
+{
+    return node->length >= 2 && node->length <= longest_codelet && node->ordering == ordered && scale == R{1};
+}
+
+// Distances in complex values.
+template <class R>
+void short_rows(std::int64_t n, bool forward, const cplx<R>* in, std::int64_t in_distance, cplx<R>* out,
+                std::int64_t out_distance, std::int64_t rows)
+{
+    if constexpr (std::is_same_v<R, double>)
+        if (n <= longest_base)
+            return batch_kernels<R>().columns.plain[n](&in->re, 2, 2 * in_distance, &out->re,
+                                                       &out->re + (forward ? 0 : 2 * n), forward ? 2 : -2,
+                                                       2 * out_distance, rows);
+    auto* codelet = (forward ? codelets<R>().forward : codelets<R>().backward)[n];
+    for (; rows > 0; --rows, in += in_distance, out += out_distance) codelet(&in->re, &out->re);
 }
 
 } // namespace vrn::dft
