@@ -90,7 +90,7 @@ int main(int argc, char** argv)
 {
     vrn_set_num_threads(1);
     for (const bool in_place : {false, true})
-        for (const std::size_t n : {8, 32, 64, 100, 200, 300, 500, 1000, 1024, 2000, 2048, 4000, 4096})
+        for (const std::size_t n : {8, 16, 32, 64, 100, 200, 300, 500, 1000, 1024, 2000, 2048, 4000, 4096})
             benchmark::RegisterBenchmark((std::string(in_place ? "dimatcopy/" : "domatcopy/") + std::to_string(n)).c_str(),
                                          row, n, in_place)
                 ->Iterations(1)
