@@ -99,7 +99,8 @@ constexpr void put_twiddles(R* w, std::int64_t n1, std::int64_t n2, Root root)
 template <class R>
 passes<R> two_passes(std::int64_t n);
 
-inline constexpr std::int64_t widest_block = 16; // of two passes
+// Rows a page apart share one set of the first-level cache, which holds 8 or 12 lines.
+inline constexpr std::int64_t most_lines_of_a_set = 8;
 
 // `columns` of them, forward or backward, out of place or in place. Strides count reals. The work holds
 // n1 n2 * `width` complex values; one pass needs none.

@@ -61,16 +61,16 @@ struct rows {
         else if constexpr (j == 7) p += seven;
         return reinterpret_cast<P>(p);
     }
-    // The next vector of columns, with the compiler kept from seeing through the addresses.
+    // The next vector of columns. The steps look as if they changed, or their multiples would take registers too.
     VRN_INLINE void next(std::int64_t distance)
     {
         base += distance;
-        if constexpr (N > 8) {
-            upper += distance;
-            asm("" : "+r"(base), "+r"(upper));
-        } else {
-            asm("" : "+r"(base));
-        }
+        if constexpr (N > 8) upper += distance;
+        asm("" : "+r"(base), "+r"(one));
+        if constexpr (N > 8) asm("" : "+r"(upper));
+        if constexpr (N > 3) asm("" : "+r"(three));
+        if constexpr (N > 5) asm("" : "+r"(five));
+        if constexpr (N > 7) asm("" : "+r"(seven));
     }
 };
 
@@ -157,11 +157,13 @@ void ask_for(const R* p, std::int64_t rows, std::int64_t step, std::int64_t colu
 }
 
 
-// Rows a multiple of a page apart meet in one set of the first-level cache, which holds 8 or 12 lines: a pass over
-// more of them would lose each line before the next column of it comes, so its rows are copied first, line by line.
+// Rows a multiple of a page apart meet in one set of the first-level cache: a pass over more of them than it holds
+// would lose each line before the next column of it comes, so such rows are copied aside first, line by line, and
+// back.
+inline constexpr std::int64_t widest_aside = 16;
 bool crowded(std::int64_t rows, std::int64_t step)
 {
-    return rows > 8 && step * static_cast<std::int64_t>(sizeof(R)) % 4096 == 0;
+    return rows > most_lines_of_a_set && step * static_cast<std::int64_t>(sizeof(R)) % 4096 == 0;
 }
 void copy_rows(const R* from, std::int64_t from_step, R* to, std::int64_t to_step, std::int64_t count,
                std::int64_t reals)
@@ -184,7 +186,7 @@ void run_block(const passes<R>& p, const pass_pair<R>& k, bool forward, const R*
     if (n2 == 1)
         return forward ? k.plain[n1](in, in_stride, lanes, out, out, stride, lanes, columns)
                        : k.plain[n1](in, in_stride, lanes, out, end, -stride, lanes, columns);
-    alignas(64) R aside[longest_base * 2 * widest_block];
+    alignas(64) R aside[longest_base * 2 * widest_aside];
     const std::int64_t row = 2 * columns;
     const auto far = [](std::int64_t s) {
         return (s < 0 ? -s : s) * static_cast<std::int64_t>(sizeof(R)) >= far_apart;
@@ -242,7 +244,7 @@ void run_columns<R>(const passes<R>& p, bool forward, const R* in, std::int64_t 
 {
     const auto& k = batch_kernels<R>();
     constexpr std::int64_t each = batch_lanes<R> / 2;
-    if (p.n2 > 1) width = std::min(width, widest_block);
+    if (p.n2 > 1 && p.n1 > most_lines_of_a_set) width = std::min(width, widest_aside);
     for (std::int64_t done = 0; done < columns;) {
         std::int64_t now = std::min(columns - done, width);
         const bool one = now < each;

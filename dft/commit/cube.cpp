@@ -75,7 +75,10 @@ void further(cplx<R>* y, const std::int64_t* stride, int rank, std::int64_t n, s
 {
     for (std::int64_t k = 0; k < (rank == 3 ? n : 1); ++k)
         columns<R, Forward>(y + k * (rank == 3 ? stride[2] : 0), n, stride[1], width);
-    if (rank == 3)
+    if (rank != 3) return;
+    // Planes without gaps are one long row to the third dimension.
+    if (stride[1] == width) columns<R, Forward>(y, n, stride[2], n * width);
+    else
         for (std::int64_t j = 0; j < n; ++j) columns<R, Forward>(y + j * stride[1], n, stride[2], width);
 }
 
