@@ -5,6 +5,7 @@
 // + 1 values; at these lengths that is less than finding another way.
 
 #include "dft/commit/strategies.hpp"
+#include "dft/compute/frame.hpp"
 #include "dft/compute/move.hpp"
 #include "dft/compute/real.hpp"
 #include "dft/compute/short_columns.hpp"
@@ -161,7 +162,7 @@ dft_status forward_real(descriptor* d, void* in, void* out)
     return ok;
 }
 
-// The columns of a spectrum that is not to be written are taken on a copy.
+// The columns of a spectrum that is not to be written are taken on a copy, of most within the call's frame.
 template <class R, bool InPlace>
 dft_status backward_real(descriptor* d, void* in, void* out)
 {
@@ -174,27 +175,30 @@ dft_status backward_real(descriptor* d, void* in, void* out)
     shared_status status;
     on_threads(d, std::min<std::int64_t>(d->thread_count, r.count), [&](int thread, int team) {
         const share s(r.count, thread, team);
-        const buffer copy(InPlace ? 0 : static_cast<std::uint64_t>(half * n * planes) * sizeof(cplx<R>), 64);
-        if (!InPlace && !copy) return status(no_memory);
-        for (std::int64_t t = s.begin; t < s.end; ++t) {
-            cplx<R>* from = x + t * r.in_distance;
-            const std::int64_t* stride = r.in;
-            if constexpr (!InPlace) {
-                auto* to = copy.as<cplx<R>>();
+        const auto bytes = static_cast<std::uint64_t>(half * n * planes) * sizeof(cplx<R>);
+        status(with_work(InPlace ? 0 : bytes, [&](void* copy) {
+            for (std::int64_t t = s.begin; t < s.end; ++t) {
+                cplx<R>* from = x + t * r.in_distance;
+                const std::int64_t* stride = r.in;
+                if constexpr (!InPlace) {
+                    auto* to = static_cast<cplx<R>*>(copy);
+                    for (std::int64_t k = 0; k < planes; ++k)
+                        for (std::int64_t j = 0; j < n; ++j) {
+                            const cplx<R>* row = from + j * r.in[1] + k * r.in[2];
+                            std::copy(row, row + half, to + j * packed[1] + k * packed[2]);
+                        }
+                    from = to;
+                    stride = packed;
+                }
+                further<R, false>(from, stride, r.rank, n, half);
+                R* to = y + t * r.out_distance;
                 for (std::int64_t k = 0; k < planes; ++k)
-                    for (std::int64_t j = 0; j < n; ++j) {
-                        const cplx<R>* row = from + j * r.in[1] + k * r.in[2];
-                        std::copy(row, row + half, to + j * packed[1] + k * packed[2]);
-                    }
-                from = to;
-                stride = packed;
+                    for (std::int64_t j = 0; j < n; ++j)
+                        row_backward(codelet, from + j * stride[1] + k * stride[2],
+                                     to + j * r.out[1] + k * r.out[2], n);
             }
-            further<R, false>(from, stride, r.rank, n, half);
-            R* to = y + t * r.out_distance;
-            for (std::int64_t k = 0; k < planes; ++k)
-                for (std::int64_t j = 0; j < n; ++j)
-                    row_backward(codelet, from + j * stride[1] + k * stride[2], to + j * r.out[1] + k * r.out[2], n);
-        }
+            return ok;
+        }));
     });
     return status.value;
 }
