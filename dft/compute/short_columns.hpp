@@ -10,8 +10,9 @@
 
 namespace vrn::dft {
 
-// Half of a first-level cache, with room beside it for the lines of a block's rows.
-inline constexpr std::int64_t short_work_bytes = 16384;
+// The work of a block stays in the first-level cache beside the lines of its rows; yet no block is so narrow that its
+// rows are single lines, since those are fetched in pairs.
+inline constexpr std::int64_t short_work_bytes = 16384, least_columns = 8, longest_in_two_passes = 256;
 
 // A longer column in one pass would lose its own beginning before its neighbour on the same lines comes.
 template <class R>
@@ -34,9 +35,10 @@ template <class R>
 [[gnu::noinline]] void columns_in_two_passes(const passes<R>& way, bool forward, const R* in, std::int64_t in_stride,
                                              R* out, std::int64_t out_stride, std::int64_t columns, R scale)
 {
-    alignas(64) R work[short_work_bytes / sizeof(R)];
-    const std::int64_t most = short_work_bytes / (way.n1 * way.n2 * static_cast<std::int64_t>(sizeof(cplx<R>)));
-    run_columns<R>(way, forward, in, in_stride, out, out_stride, columns, most, work, scale);
+    constexpr std::int64_t each = sizeof(cplx<R>), room = std::max(short_work_bytes, least_columns * longest_in_two_passes * each);
+    alignas(64) R work[room / sizeof(R)];
+    const std::int64_t width = std::max(least_columns, short_work_bytes / (way.n1 * way.n2 * each));
+    run_columns<R>(way, forward, in, in_stride, out, out_stride, columns, width, work, scale);
 }
 
 template <class R>
