@@ -18,7 +18,8 @@ void sequential(char ordering, char trans, size rows, size cols, E alpha, const 
     // A column-major matrix is the row-major one with its sizes exchanged.
     const char order = upper(ordering);
     if (order != 'R' && order != 'C') return;
-    const auto m = static_cast<vrn_int>(order == 'R' ? rows : cols), n = static_cast<vrn_int>(order == 'R' ? cols : rows);
+    const auto m = static_cast<vrn_int>(order == 'R' ? rows : cols),
+               n = static_cast<vrn_int>(order == 'R' ? cols : rows);
     const strided<const E> from{a, static_cast<vrn_int>(lda), static_cast<vrn_int>(stridea)};
     const strided<E> to{b, static_cast<vrn_int>(ldb), static_cast<vrn_int>(strideb)};
     switch (operation<E>(trans)) {
@@ -75,8 +76,7 @@ COPY2(vrn_trans_s42_vrn_zomatcopy2, cplx<double>, vrn_trans_vrn_zomatcopy2_par)
                          E* b, size ldb)                                                                             \
     {                                                                                                                \
         if (rows == 0 || cols == 0) return;                                                                          \
-        if (parallel(rows, cols, sizeof(E)))                                                                         \
-            return par(ordering, trans, rows, cols, alpha, a, lda, 1, b, ldb, 1);                                    \
+        if (parallel(rows, cols, sizeof(E))) return par(ordering, trans, rows, cols, alpha, a, lda, 1, b, ldb, 1);   \
         sequential<E>(ordering, trans, rows, cols, value<E>(alpha), a, lda, 1, b, ldb, 1);                           \
     }
 COPY(vrn_trans_s42_vrn_somatcopy, float, vrn_trans_vrn_somatcopy2_par)

@@ -40,8 +40,8 @@ vrn_int to_line(const E* p)
 template <bool Stream, class E>
 void band(vrn_int first, vrn_int last, vrn_int rows, vrn_int cols, const E* a, vrn_int lda, E* b, vrn_int ldb)
 {
-    // No prefetching: asking for each row 128 bytes ahead was measured at half the speed where a is in the second-level
-    // cache (doubles, n = 100), and at 0.4 to 0.9 of it in memory (n = 2048 and 4000).
+    // No prefetching: asking for each row 128 bytes ahead was measured at half the speed where a is in the
+    // second-level cache (doubles, n = 100), and at 0.4 to 0.9 of it in memory (n = 2048 and 4000).
     for (vrn_int j = 0; j < cols; ++j, b += ldb) {
         if constexpr (Stream) {
             vrn_int from = first + to_line(b + first), to = last < rows ? last + to_line(b + last) : rows;
@@ -78,8 +78,7 @@ void transpose_by_bands(vrn_int rows, vrn_int cols, const E* a, vrn_int lda, E* 
     const auto bytes = static_cast<std::uint64_t>(ldb) * sizeof(E);
     // No band is lower than 8 rows: the smallest matrices are spared the rule's divisions.
     const vrn_int height =
-        rows <= 8 ? rows
-                  : static_cast<vrn_int>(band_height(static_cast<std::uint64_t>(lda) * sizeof(E), bytes));
+        rows <= 8 ? rows : static_cast<vrn_int>(band_height(static_cast<std::uint64_t>(lda) * sizeof(E), bytes));
     const bool whole_elements = reinterpret_cast<std::uintptr_t>(b) % sizeof(E) == 0;
     const bool stream = whole_elements && static_cast<std::uint64_t>(cols) * bytes > streamed_from_bytes;
     for (vrn_int i = 0; i < rows; i += height) {

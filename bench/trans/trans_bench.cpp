@@ -42,9 +42,10 @@ void blocked_swap(std::size_t n, double* a)
                 for (std::size_t c = j; c < std::min({j + block, n, r}); ++c) std::swap(a[r * n + c], a[c * n + r]);
 }
 
-using openblas_copy = void(const char*, const char*, const int*, const int*, const double*, const double*, const int*, double*,
+using openblas_copy = void(const char*, const char*, const int*, const int*, const double*, const double*, const int*,
+                           double*, const int*);
+using openblas_swap = void(const char*, const char*, const int*, const int*, const double*, double*, const int*,
                            const int*);
-using openblas_swap = void(const char*, const char*, const int*, const int*, const double*, double*, const int*, const int*);
 
 void row(benchmark::State& state, std::size_t n, bool in_place)
 {
@@ -91,8 +92,8 @@ int main(int argc, char** argv)
     vrn_set_num_threads(1);
     for (const bool in_place : {false, true})
         for (const std::size_t n : {8, 16, 32, 64, 100, 200, 300, 500, 1000, 1024, 2000, 2048, 4000, 4096})
-            benchmark::RegisterBenchmark((std::string(in_place ? "dimatcopy/" : "domatcopy/") + std::to_string(n)).c_str(),
-                                         row, n, in_place)
+            benchmark::RegisterBenchmark(
+                (std::string(in_place ? "dimatcopy/" : "domatcopy/") + std::to_string(n)).c_str(), row, n, in_place)
                 ->Iterations(1)
                 ->UseManualTime()
                 ->Unit(benchmark::kMicrosecond);

@@ -233,11 +233,15 @@ bool is_split(const descriptor* d)
 [[gnu::always_inline]] inline std::int32_t compute(descriptor* d, compute_function* descriptor::*direction, void* in,
                                                    void* out)
 {
-    if (!usable(d)) [[unlikely]] return bad_configuration;
-    if (d->status != committed || d->*direction == nullptr) [[unlikely]] return not_committed;
-    if (is_split(d)) [[unlikely]] return bad_configuration;
+    if (!usable(d)) [[unlikely]]
+        return bad_configuration;
+    if (d->status != committed || d->*direction == nullptr) [[unlikely]]
+        return not_committed;
+    if (is_split(d)) [[unlikely]]
+        return bad_configuration;
     const bool apart = d->placement == not_in_place;
-    if (in == nullptr || (apart && out == nullptr)) [[unlikely]] return bad_value;
+    if (in == nullptr || (apart && out == nullptr)) [[unlikely]]
+        return bad_value;
     return public_status((d->*direction)(d, in, apart ? out : nullptr));
 }
 

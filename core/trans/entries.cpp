@@ -65,15 +65,15 @@ struct check {
 [[gnu::cold, gnu::noinline]] void report(const char* routine, std::initializer_list<check> checks)
 {
     for (const check& c : checks)
-        if (!c.good)
-            return vrn_serv_xerbla(routine, &c.argument, static_cast<std::int64_t>(std::strlen(routine)));
+        if (!c.good) return vrn_serv_xerbla(routine, &c.argument, static_cast<std::int64_t>(std::strlen(routine)));
 }
 
 // True where all are good; otherwise the first bad one has been reported.
 template <class... Check>
 [[gnu::always_inline]] inline bool passed(const char* routine, Check... checks)
 {
-    if ((checks.good & ...)) [[likely]] return true;
+    if ((checks.good & ...)) [[likely]]
+        return true;
     report(routine, {checks...});
     return false;
 }
@@ -81,14 +81,15 @@ template <class... Check>
 } // namespace
 
 #define VRN_OMATCOPY(name, T, text)                                                                                  \
-    void name(char ordering, char trans, size_t rows, size_t cols, T alpha, const T* a, size_t lda, T* b, size_t ldb) \
+    void name(char ordering, char trans, size_t rows, size_t cols, T alpha, const T* a, size_t lda, T* b,            \
+              size_t ldb)                                                                                            \
     {                                                                                                                \
-        if (!passed(text, check{1, is_ordering(ordering)}, check{2, is_operation(trans)},                                                                 \
-                           check{7, lda >= shortest(ordering, rows, cols)},                                               \
-                           check{9, ldb >= shortest(ordering, trans, rows, cols)}))                                      \
+        if (!passed(text, check{1, is_ordering(ordering)}, check{2, is_operation(trans)},                            \
+                    check{7, lda >= shortest(ordering, rows, cols)},                                                 \
+                    check{9, ldb >= shortest(ordering, trans, rows, cols)}))                                         \
             return;                                                                                                  \
-        backend(kernels<element<T>>::omatcopy)(ordering, trans, rows, cols, factor(alpha), kernel(a), lda, kernel(b), \
-                                               ldb);                                                                 \
+        backend(kernels<element<T>>::omatcopy)(ordering, trans, rows, cols, factor(alpha), kernel(a), lda,           \
+                                               kernel(b), ldb);                                                      \
     }
 VRN_OMATCOPY(vrn_trans_somatcopy, float, "SOMATCOPY")
 VRN_OMATCOPY(vrn_trans_domatcopy, double, "DOMATCOPY")
@@ -99,11 +100,8 @@ VRN_OMATCOPY(vrn_trans_zomatcopy, vrn_complex16, "ZOMATCOPY")
     void name(char ordering, char trans, size_t rows, size_t cols, T alpha, const T* a, size_t lda, size_t stridea,  \
               T* b, size_t ldb, size_t strideb)                                                                      \
     {                                                                                                                \
-        if (!passed(text, check{1, is_ordering(ordering)}, check{2, is_operation(trans)},                                                                 \
-                           check{7, lda >= 1},                                                                            \
-                           check{8, stridea >= 1},                                                                        \
-                           check{10, ldb >= 1},                                                                           \
-                           check{11, strideb >= 1}))                                                                     \
+        if (!passed(text, check{1, is_ordering(ordering)}, check{2, is_operation(trans)}, check{7, lda >= 1},        \
+                    check{8, stridea >= 1}, check{10, ldb >= 1}, check{11, strideb >= 1}))                           \
             return;                                                                                                  \
         backend(kernels<element<T>>::omatcopy2)(ordering, trans, rows, cols, factor(alpha), kernel(a), lda, stridea, \
                                                 kernel(b), ldb, strideb);                                            \
@@ -116,9 +114,9 @@ VRN_OMATCOPY2(vrn_trans_zomatcopy2, vrn_complex16, "ZOMATCOPY2")
 #define VRN_IMATCOPY(name, T, text)                                                                                  \
     void name(char ordering, char trans, size_t rows, size_t cols, T alpha, T* a, size_t lda, size_t ldb)            \
     {                                                                                                                \
-        if (!passed(text, check{1, is_ordering(ordering)}, check{2, is_operation(trans)},                                                                 \
-                           check{7, lda >= shortest(ordering, rows, cols)},                                               \
-                           check{8, ldb >= shortest(ordering, trans, rows, cols)}))                                      \
+        if (!passed(text, check{1, is_ordering(ordering)}, check{2, is_operation(trans)},                            \
+                    check{7, lda >= shortest(ordering, rows, cols)},                                                 \
+                    check{8, ldb >= shortest(ordering, trans, rows, cols)}))                                         \
             return;                                                                                                  \
         backend(kernels<element<T>>::imatcopy)(ordering, trans, rows, cols, factor(alpha), kernel(a), lda, ldb);     \
     }
@@ -132,11 +130,10 @@ VRN_IMATCOPY(vrn_trans_zimatcopy, vrn_complex16, "ZIMATCOPY")
     void name(char ordering, char transa, char transb, size_t rows, size_t cols, T alpha, const T* a, size_t lda,    \
               T beta, const T* b, size_t ldb, T* c, size_t ldc)                                                      \
     {                                                                                                                \
-        if (!passed(text, check{1, is_ordering(ordering)}, check{2, is_operation(transa)},                                                                \
-                           check{3, is_operation(transb)},                                                                \
-                           check{8, lda >= shortest(ordering, transa, rows, cols)},                                       \
-                           check{11, ldb >= shortest(ordering, transb, rows, cols)},                                      \
-                           check{13, ldc >= shortest(ordering, rows, cols)}))                                            \
+        if (!passed(text, check{1, is_ordering(ordering)}, check{2, is_operation(transa)},                           \
+                    check{3, is_operation(transb)}, check{8, lda >= shortest(ordering, transa, rows, cols)},         \
+                    check{11, ldb >= shortest(ordering, transb, rows, cols)},                                        \
+                    check{13, ldc >= shortest(ordering, rows, cols)}))                                               \
             return;                                                                                                  \
         backend(kernels<element<T>>::omatadd)(ordering, transa, transb, rows, cols, factor(alpha), kernel(a), lda,   \
                                               factor(beta), kernel(b), ldb, kernel(c), ldc);                         \

@@ -6,8 +6,8 @@
 //                  first  for each j2 a butterfly of n1, times w_n^(j2 k1), to the work: n rows as wide as the block
 //                  last   for each k1 a butterfly of n2, from the work to the output
 //
-// One body serves both directions: the inverse is the forward transform with outputs 1 to n - 1 in reverse, so the last
-// pass begins behind the end and steps down. Called by the column driver, the cubes and the batch plans.
+// One body serves both directions: the inverse is the forward transform with outputs 1 to n - 1 in reverse, so the
+// last pass begins behind the end and steps down. Called by the column driver, the cubes and the batch plans.
 #pragma once
 
 #include <cstdint>
@@ -16,9 +16,9 @@ namespace vrn::dft {
 
 inline constexpr int longest_base = 16;
 
-// Value j of the first column at in + j * in_step, output 0 at `first`, output k at out + k * step; each further vector
-// of columns is in_distance and out_distance away. All count reals. A double is a vector by itself, so that the columns
-// of its passes may as well be rows.
+// Value j of the first column at in + j * in_step, output 0 at `first`, output k at out + k * step; each further
+// vector of columns is in_distance and out_distance away. All count reals. A double is a vector by itself, so that
+// the columns of its passes may as well be rows.
 template <class R>
 using plain_pass = void(const R* in, std::int64_t in_step, std::int64_t in_distance, R* first, R* out,
                         std::int64_t step, std::int64_t out_distance, std::int64_t columns);

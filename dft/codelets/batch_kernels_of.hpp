@@ -156,7 +156,6 @@ void ask_for(const R* p, std::int64_t rows, std::int64_t step, std::int64_t colu
             __builtin_prefetch(p + c);
 }
 
-
 // Rows a multiple of a page apart meet in one set of the first-level cache: a pass over more of them than it holds
 // would lose each line before the next column of it comes, so such rows are copied aside first, line by line, and
 // back.

@@ -194,8 +194,8 @@ dft_status backward_real(descriptor* d, void* in, void* out)
                 R* to = y + t * r.out_distance;
                 for (std::int64_t k = 0; k < planes; ++k)
                     for (std::int64_t j = 0; j < n; ++j)
-                        row_backward(codelet, from + j * stride[1] + k * stride[2],
-                                     to + j * r.out[1] + k * r.out[2], n);
+                        row_backward(codelet, from + j * stride[1] + k * stride[2], to + j * r.out[1] + k * r.out[2],
+                                     n);
             }
             return ok;
         }));

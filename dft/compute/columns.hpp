@@ -2,7 +2,8 @@
 //
 // Takes every element pair: complex to complex, real to packed or complex and back. A block of 8 double complex
 // values is two cache lines of 64 bytes, so that neighbours are fetched whole. The node's batch plans, where it has
-// them, go ahead. Called by the drivers of one, two and more dimensions and by the pieces for threads.
+// them, go ahead, and short lengths go without a move (short_columns.hpp). Called by the drivers of one, two and more
+// dimensions and by the pieces for threads.
 #pragma once
 
 #include "dft/commit/batch_plan.hpp"
@@ -47,7 +48,7 @@ dft_status one_block(const column_kernel& k, const side<const In>& in, const sid
     const std::int64_t in_step = bytes / static_cast<std::int64_t>(sizeof(In));
     const std::int64_t out_step = bytes / static_cast<std::int64_t>(sizeof(Out));
     if (width == 1 && is_unit(in)) {
-        // A row that only its result must not be made in place: the kernel reads it where it lies.
+        // What is contiguous is not moved first: the kernel reads it where it lies.
         if (const dft_status s = k.run(at(in.data, first * in.distance), block, k.node, k.work); s != ok) return s;
     } else {
         gather(in.count, width, at(in.data, first * in.distance), in.stride, in.distance,

@@ -1,8 +1,8 @@
 // dft/compute/short_columns.hpp - columns and rows of short lengths that are transformed where they lie, many a call.
 //
-// Columns take the place of a block's gather, kernel and scatter wherever they are neighbours on both sides. Work stands
-// on the stack. Rows are contiguous transforms of a codelet's length with nothing between its calls, to the bit
-// what the node's kernel does. Called by the drivers and by the small squares and cubes.
+// Columns take the place of a block's gather, kernel and scatter wherever they are neighbours on both sides. Work
+// stands on the stack. Rows are contiguous transforms of a codelet's length with nothing between its calls, to the
+// bit what the node's kernel does. Called by the drivers and by the small squares and cubes.
 #pragma once
 
 #include "dft/codelets/batch_kernels.hpp"
@@ -35,7 +35,8 @@ template <class R>
 [[gnu::noinline]] void columns_in_two_passes(const passes<R>& way, bool forward, const R* in, std::int64_t in_stride,
                                              R* out, std::int64_t out_stride, std::int64_t columns, R scale)
 {
-    constexpr std::int64_t each = sizeof(cplx<R>), room = std::max(short_work_bytes, least_columns * longest_in_two_passes * each);
+    constexpr std::int64_t each = sizeof(cplx<R>),
+                           room = std::max(short_work_bytes, least_columns * longest_in_two_passes * each);
     alignas(64) R work[room / sizeof(R)];
     const std::int64_t width = std::max(least_columns, short_work_bytes / (way.n1 * way.n2 * each));
     run_columns<R>(way, forward, in, in_stride, out, out_stride, columns, width, work, scale);
@@ -45,8 +46,7 @@ template <class R>
 void short_columns(const passes<R>& way, bool forward, const R* in, std::int64_t in_stride, R* out,
                    std::int64_t out_stride, std::int64_t columns, R scale)
 {
-    if (way.n2 != 1)
-        return columns_in_two_passes<R>(way, forward, in, in_stride, out, out_stride, columns, scale);
+    if (way.n2 != 1) return columns_in_two_passes<R>(way, forward, in, in_stride, out, out_stride, columns, scale);
     constexpr std::int64_t lanes = batch_lanes<R>;
     // Eight columns of 8 are done in a tenth of a microsecond: one call, where it is one.
     if (scale == R{1} && columns % (lanes / 2) == 0)
