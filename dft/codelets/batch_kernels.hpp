@@ -36,6 +36,7 @@ struct pass_pair {
 template <class R>
 struct batch_tables {
     pass_pair<R> columns, one;
+    plain_pass<R>* row_pairs[longest_base + 1]; // an even number of contiguous rows; null for double
 };
 extern const batch_tables<double> batch_tables_d;
 extern const batch_tables<float> batch_tables_s;

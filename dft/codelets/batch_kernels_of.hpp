@@ -113,10 +113,48 @@ template <int N, bool One>
     }
 }
 
+// Contiguous rows of singles, two to a vector: in_distance and out_distance lie between those two.
+template <int N>
+[[gnu::noinline]] void row_pairs(const float* in, std::int64_t, std::int64_t in_distance, float* first, float* out,
+                                 std::int64_t step, std::int64_t out_distance, std::int64_t count)
+{
+    rows<N, float*> to(out, step);
+    for (; count > 0; count -= 2, in += 2 * in_distance, first += 2 * out_distance) {
+        transform<N, together<float>>(
+            [&](auto j)
+                VRN_HERE { return together<float>{vec<float>::halves(in + 2 * j, in + in_distance + 2 * j)}; },
+            [&](auto k, together<float> x) VRN_HERE {
+                float* p = first;
+                if constexpr (k != 0) p = to.template at<decltype(k)::value>();
+                x.v.store2(p);
+                _mm_storeh_pi(reinterpret_cast<__m64*>(p + out_distance), x.v.v);
+            });
+        to.next(2 * out_distance * static_cast<std::int64_t>(sizeof(float)));
+    }
+}
+
+// Doubles have theirs among the columns.
+template <int N>
+constexpr plain_pass<double>* rows_of_type(const double*)
+{
+    return nullptr;
+}
+template <int N>
+constexpr plain_pass<float>* rows_of_type(const float*)
+{
+    return row_pairs<N>;
+}
 template <bool One, int... I>
 constexpr pass_pair<R> pair_of(std::integer_sequence<int, I...>)
 {
     return {{nullptr, nullptr, plain<I + 2, One>...}, {nullptr, nullptr, twiddled<I + 2, One>...}};
+}
+template <int... I>
+constexpr batch_tables<R> tables_of(std::integer_sequence<int, I...> all)
+{
+    return {pair_of<false>(all),
+            pair_of<std::is_same_v<R, float>>(all),
+            {nullptr, nullptr, rows_of_type<I + 2>(static_cast<const R*>(nullptr))...}};
 }
 using all_bases = std::make_integer_sequence<int, longest_base - 1>;
 
@@ -227,8 +265,7 @@ void run_block(const passes<R>& p, const pass_pair<R>& k, bool forward, const R*
 #define VRN_PASTE(a, b)  a##b
 #define VRN_SUFFIX(a, b) VRN_PASTE(a, b)
 
-const batch_tables<R> VRN_SUFFIX(batch_tables_, VRN_LETTER) = {pair_of<false>(all_bases{}),
-                                                               pair_of<std::is_same_v<R, float>>(all_bases{})};
+const batch_tables<R> VRN_SUFFIX(batch_tables_, VRN_LETTER) = tables_of(all_bases{});
 
 template <>
 passes<R> two_passes<R>(std::int64_t n)

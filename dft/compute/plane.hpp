@@ -38,7 +38,9 @@ dft_status rows_and_columns(const plane_side<const cplx<R>>& in, const plane_sid
     if (!block) return no_memory;
 
     const bool forward = k.first == d->forward_kernel;
-    if (straight && has_short_rows<R>(d, forward ? used_scale<R, true>(d) : used_scale<R, false>(d)))
+    // A codelet has no temporary that a row in place or a crowded one would fight with.
+    if (in.first == 1 && out.first == 1 &&
+        has_short_rows<R>(d, forward ? used_scale<R, true>(d) : used_scale<R, false>(d)))
         short_rows<R>(m, forward, in.data, in.second, out.data, out.second, n);
     else
         for (std::int64_t i = 0; i < n; ++i) {

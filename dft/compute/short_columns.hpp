@@ -1,8 +1,9 @@
 // dft/compute/short_columns.hpp - columns and rows of short lengths that are transformed where they lie, many a call.
 //
-// Columns take the place of a block's gather, kernel and scatter wherever they are neighbours on both sides. Work
-// stands on the stack. Rows are contiguous transforms of a codelet's length with nothing between its calls, to the
-// bit what the node's kernel does. Called by the drivers and by the small squares and cubes.
+// Columns take the place of a block's gather, kernel and scatter wherever they are neighbours on both sides; work
+// stands on the stack. Rows are contiguous transforms of a codelet's length with no kernel's wrapper between them. The
+// way depends on length and strides alone and every column and row is computed by itself, so that a division over
+// threads is not seen. Called by the drivers and by the small squares and cubes.
 #pragma once
 
 #include "dft/codelets/batch_kernels.hpp"
@@ -69,11 +70,20 @@ template <class R>
 void short_rows(std::int64_t n, bool forward, const cplx<R>* in, std::int64_t in_distance, cplx<R>* out,
                 std::int64_t out_distance, std::int64_t rows)
 {
-    if constexpr (std::is_same_v<R, double>)
-        if (n <= longest_base)
-            return batch_kernels<R>().columns.plain[n](&in->re, 2, 2 * in_distance, &out->re,
-                                                       &out->re + (forward ? 0 : 2 * n), forward ? 2 : -2,
-                                                       2 * out_distance, rows);
+    if (n <= longest_base) {
+        const auto& k = batch_kernels<R>();
+        const auto run = [&](plain_pass<R>* pass, std::int64_t count) {
+            pass(&in->re, 2, 2 * in_distance, &out->re, &out->re + (forward ? 0 : 2 * n), forward ? 2 : -2,
+                 2 * out_distance, count);
+        };
+        if constexpr (std::is_same_v<R, double>) return run(k.columns.plain[n], rows);
+        // Two to a vector, and the last of an odd number alone in the same way, so that it does not matter which.
+        const std::int64_t pairs = rows & ~std::int64_t{1};
+        if (pairs > 0) run(k.row_pairs[n], pairs);
+        in += pairs * in_distance, out += pairs * out_distance;
+        if (pairs < rows) run(k.one.plain[n], 1);
+        return;
+    }
     auto* codelet = (forward ? codelets<R>().forward : codelets<R>().backward)[n];
     for (; rows > 0; --rows, in += in_distance, out += out_distance) codelet(&in->re, &out->re);
 }
