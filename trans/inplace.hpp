@@ -52,14 +52,43 @@ template <class E>
     });
 }
 
+// The w by w block at p becomes its own transpose.
+template <class E>
+[[gnu::always_inline]] inline void turn_block(E* p, vrn_int lda)
+{
+    constexpr int w = per_vec<E>;
+    vec<real_of<E>> x[w];
+    simd::unroll<w>([&](auto r) __attribute__((always_inline)) { x[r] = load(p + r * lda); });
+    turn(x);
+    simd::unroll<w>([&](auto r) __attribute__((always_inline)) { store(x[r], p + r * lda); });
+}
+
+// A tile on the diagonal.
+template <class E>
+[[gnu::flatten]] void turn_tile(E* p, vrn_int lda)
+{
+    constexpr int w = per_vec<E>, blocks = tile / w;
+    simd::unroll<blocks>([&](auto r) __attribute__((always_inline)) {
+        turn_block(p + r * w * (lda + 1), lda);
+        simd::unroll<blocks - 1 - r>([&](auto more) __attribute__((always_inline)) {
+            constexpr int c = r + 1 + more;
+            exchange_block(p + r * w * lda + c * w, p + c * w * lda + r * w, lda);
+        });
+    });
+}
+
 // Tile (i, j) and its mirror, i and j in elements.
 template <class E>
 [[gnu::flatten]] void exchange_tiles(E* a, vrn_int lda, vrn_int i, vrn_int j)
 {
     constexpr int w = per_vec<E>;
-    for (vrn_int r = 0; r < tile; r += w)
-        for (vrn_int c = i == j ? r : 0; c < tile; c += w)
-            exchange_block(a + (i + r) * lda + j + c, a + (j + c) * lda + i + r, lda);
+    if (i == j) return turn_tile(a + i * (lda + 1), lda);
+    for (vrn_int r = 0; r < tile; r += w) {
+        E *p = a + (i + r) * lda + j, *q = a + j * lda + i + r;
+        simd::unroll<tile / w>([&](auto c) __attribute__((always_inline)) {
+            exchange_block(p + c * w, q + c * w * lda, lda);
+        });
+    }
 }
 
 // Tiles (i, j) and (i + 8, j) and their mirrors, for an i in a band of 16 rows: two lines' worth of the mirrored

@@ -18,7 +18,8 @@ void sequential(char ordering, char trans, size rows, size cols, E alpha, const 
     // A column-major matrix is the row-major one with its sizes exchanged.
     const char order = upper(ordering);
     if (order != 'R' && order != 'C') return;
-    const auto m = static_cast<vrn_int>(order == 'R' ? rows : cols), n = static_cast<vrn_int>(order == 'R' ? cols : rows);
+    const auto m = static_cast<vrn_int>(order == 'R' ? rows : cols),
+               n = static_cast<vrn_int>(order == 'R' ? cols : rows);
     const strided<const E> from{a, static_cast<vrn_int>(lda), static_cast<vrn_int>(stridea)};
     const strided<E> to{b, static_cast<vrn_int>(ldb), static_cast<vrn_int>(strideb)};
     switch (operation<E>(trans)) {
@@ -55,26 +56,30 @@ SEQ(vrn_trans_s42_vrn_domatcopy2_seq, double)
 SEQ(vrn_trans_s42_vrn_comatcopy2_seq, cplx<float>)
 SEQ(vrn_trans_s42_vrn_zomatcopy2_seq, cplx<double>)
 
-#define COPY2(name, E, seq, par)                                                                                     \
+// Straight into the one form or the other: at 8 by 8 every call between costs a tenth.
+#define COPY2(name, E, par)                                                                                          \
     VRN_EXPORT void name(char ordering, char trans, size rows, size cols, scalar<E> alpha, const E* a, size lda,     \
                          size stridea, E* b, size ldb, size strideb)                                                 \
     {                                                                                                                \
         if (rows == 0 || cols == 0) return;                                                                          \
-        (parallel(rows, cols, sizeof(E)) ? par : seq)(ordering, trans, rows, cols, alpha, a, lda, stridea, b, ldb,   \
-                                                      strideb);                                                      \
+        if (parallel(rows, cols, sizeof(E)))                                                                         \
+            return par(ordering, trans, rows, cols, alpha, a, lda, stridea, b, ldb, strideb);                        \
+        sequential<E>(ordering, trans, rows, cols, value<E>(alpha), a, lda, stridea, b, ldb, strideb);               \
     }
-COPY2(vrn_trans_s42_vrn_somatcopy2, float, vrn_trans_s42_vrn_somatcopy2_seq, vrn_trans_vrn_somatcopy2_par)
-COPY2(vrn_trans_s42_vrn_domatcopy2, double, vrn_trans_s42_vrn_domatcopy2_seq, vrn_trans_vrn_domatcopy2_par)
-COPY2(vrn_trans_s42_vrn_comatcopy2, cplx<float>, vrn_trans_s42_vrn_comatcopy2_seq, vrn_trans_vrn_comatcopy2_par)
-COPY2(vrn_trans_s42_vrn_zomatcopy2, cplx<double>, vrn_trans_s42_vrn_zomatcopy2_seq, vrn_trans_vrn_zomatcopy2_par)
+COPY2(vrn_trans_s42_vrn_somatcopy2, float, vrn_trans_vrn_somatcopy2_par)
+COPY2(vrn_trans_s42_vrn_domatcopy2, double, vrn_trans_vrn_domatcopy2_par)
+COPY2(vrn_trans_s42_vrn_comatcopy2, cplx<float>, vrn_trans_vrn_comatcopy2_par)
+COPY2(vrn_trans_s42_vrn_zomatcopy2, cplx<double>, vrn_trans_vrn_zomatcopy2_par)
 
-#define COPY(name, E, with_strides)                                                                                  \
+#define COPY(name, E, par)                                                                                           \
     VRN_EXPORT void name(char ordering, char trans, size rows, size cols, scalar<E> alpha, const E* a, size lda,     \
                          E* b, size ldb)                                                                             \
     {                                                                                                                \
-        with_strides(ordering, trans, rows, cols, alpha, a, lda, 1, b, ldb, 1);                                      \
+        if (rows == 0 || cols == 0) return;                                                                          \
+        if (parallel(rows, cols, sizeof(E))) return par(ordering, trans, rows, cols, alpha, a, lda, 1, b, ldb, 1);   \
+        sequential<E>(ordering, trans, rows, cols, value<E>(alpha), a, lda, 1, b, ldb, 1);                           \
     }
-COPY(vrn_trans_s42_vrn_somatcopy, float, vrn_trans_s42_vrn_somatcopy2)
-COPY(vrn_trans_s42_vrn_domatcopy, double, vrn_trans_s42_vrn_domatcopy2)
-COPY(vrn_trans_s42_vrn_comatcopy, cplx<float>, vrn_trans_s42_vrn_comatcopy2)
-COPY(vrn_trans_s42_vrn_zomatcopy, cplx<double>, vrn_trans_s42_vrn_zomatcopy2)
+COPY(vrn_trans_s42_vrn_somatcopy, float, vrn_trans_vrn_somatcopy2_par)
+COPY(vrn_trans_s42_vrn_domatcopy, double, vrn_trans_vrn_domatcopy2_par)
+COPY(vrn_trans_s42_vrn_comatcopy, cplx<float>, vrn_trans_vrn_comatcopy2_par)
+COPY(vrn_trans_s42_vrn_zomatcopy, cplx<double>, vrn_trans_vrn_zomatcopy2_par)

@@ -40,8 +40,8 @@ vrn_int to_line(const E* p)
 template <bool Stream, class E>
 void band(vrn_int first, vrn_int last, vrn_int rows, vrn_int cols, const E* a, vrn_int lda, E* b, vrn_int ldb)
 {
-    // No prefetching: asking for each row 128 bytes ahead was measured at half the speed where a is in the second-level
-    // cache (doubles, n = 100), and at 0.4 to 0.9 of it in memory (n = 2048 and 4000).
+    // No prefetching: asking for each row 128 bytes ahead was measured at half the speed where a is in the
+    // second-level cache (doubles, n = 100), and at 0.4 to 0.9 of it in memory (n = 2048 and 4000).
     for (vrn_int j = 0; j < cols; ++j, b += ldb) {
         if constexpr (Stream) {
             vrn_int from = first + to_line(b + first), to = last < rows ? last + to_line(b + last) : rows;
@@ -51,12 +51,17 @@ void band(vrn_int first, vrn_int last, vrn_int rows, vrn_int cols, const E* a, v
                 gather_column<false>(a + j, lda, b, from);
             }
             if (from < to) gather_column<true>(a + j + from * lda, lda, b + from, to - from);
-        } else if (last - first == 8) {
-            gather_column<false>(a + j + first * lda, lda, b + first, 8);
         } else {
             gather_column<false>(a + j + first * lda, lda, b + first, last - first);
         }
     }
+}
+
+// A band of exactly 8 rows, straight-line for each column.
+template <class E>
+void band_of_8(vrn_int cols, const E* a, vrn_int lda, E* b, vrn_int ldb)
+{
+    for (const E* end = a + cols; a != end; ++a, b += ldb) gather_column<false>(a, lda, b, 8);
 }
 
 template <class E>
@@ -71,12 +76,15 @@ void transpose_by_bands(vrn_int rows, vrn_int cols, const E* a, vrn_int lda, E* 
         return;
     }
     const auto bytes = static_cast<std::uint64_t>(ldb) * sizeof(E);
-    const auto height = static_cast<vrn_int>(band_height(static_cast<std::uint64_t>(lda) * sizeof(E), bytes));
+    // No band is lower than 8 rows: the smallest matrices are spared the rule's divisions.
+    const vrn_int height =
+        rows <= 8 ? rows : static_cast<vrn_int>(band_height(static_cast<std::uint64_t>(lda) * sizeof(E), bytes));
     const bool whole_elements = reinterpret_cast<std::uintptr_t>(b) % sizeof(E) == 0;
     const bool stream = whole_elements && static_cast<std::uint64_t>(cols) * bytes > streamed_from_bytes;
     for (vrn_int i = 0; i < rows; i += height) {
         const vrn_int end = i + height < rows ? i + height : rows;
-        (stream ? band<true, E> : band<false, E>)(i, end, rows, cols, a, lda, b, ldb);
+        if (!stream && end - i == 8) band_of_8(cols, a + i * lda, lda, b + i, ldb);
+        else (stream ? band<true, E> : band<false, E>)(i, end, rows, cols, a, lda, b, ldb);
     }
     if (stream) simd::fence();
 }
@@ -122,7 +130,7 @@ void transpose_by_halves(vrn_int rows, vrn_int cols, strided<const E> a, strided
 // ---- the choice ----
 
 template <bool Conj, class E>
-void transpose(vrn_int rows, vrn_int cols, E alpha, strided<const E> a, strided<E> b)
+[[gnu::always_inline]] inline void transpose(vrn_int rows, vrn_int cols, E alpha, strided<const E> a, strided<E> b)
 {
     if constexpr (!Conj)
         if (alpha == simd::unity<E>) {

@@ -45,12 +45,14 @@ auto factor(const T& x)
     else return *kernel(&x);
 }
 
-bool is_ordering(char letter) { return letter != '\0' && std::strchr("RrCc", letter) != nullptr; }
-bool is_operation(char letter) { return letter != '\0' && std::strchr("NnTtCcRr", letter) != nullptr; }
-bool turns(char letter) { return std::strchr("TtCc", letter) != nullptr; }
+// Letters in either case. At 8 by 8 a search in a string would take as long as the matrix.
+constexpr char lower(char letter) { return static_cast<char>(letter | 0x20); }
+constexpr bool is_ordering(char letter) { return lower(letter) == 'r' || lower(letter) == 'c'; }
+constexpr bool turns(char letter) { return lower(letter) == 't' || lower(letter) == 'c'; }
+constexpr bool is_operation(char letter) { return turns(letter) || lower(letter) == 'n' || lower(letter) == 'r'; }
 // The shortest leading dimension: a row, or a column where the ordering is by columns.
-size shortest(char ordering, size rows, size cols) { return (ordering | 0x20) == 'r' ? cols : rows; }
-size shortest(char ordering, char trans, size rows, size cols)
+constexpr size shortest(char ordering, size rows, size cols) { return lower(ordering) == 'r' ? cols : rows; }
+constexpr size shortest(char ordering, char trans, size rows, size cols)
 {
     return turns(trans) ? shortest(ordering, cols, rows) : shortest(ordering, rows, cols);
 }
@@ -60,29 +62,34 @@ struct check {
     bool good;
 };
 
-// True where all are good; otherwise the first bad one has been reported.
-bool passed(const char* routine, std::initializer_list<check> checks)
+[[gnu::cold, gnu::noinline]] void report(const char* routine, std::initializer_list<check> checks)
 {
     for (const check& c : checks)
-        if (!c.good) {
-            vrn_serv_xerbla(routine, &c.argument, static_cast<std::int64_t>(std::strlen(routine)));
-            return false;
-        }
-    return true;
+        if (!c.good) return vrn_serv_xerbla(routine, &c.argument, static_cast<std::int64_t>(std::strlen(routine)));
+}
+
+// True where all are good; otherwise the first bad one has been reported.
+template <class... Check>
+[[gnu::always_inline]] inline bool passed(const char* routine, Check... checks)
+{
+    if ((checks.good & ...)) [[likely]]
+        return true;
+    report(routine, {checks...});
+    return false;
 }
 
 } // namespace
 
 #define VRN_OMATCOPY(name, T, text)                                                                                  \
-    void name(char ordering, char trans, size_t rows, size_t cols, T alpha, const T* a, size_t lda, T* b, size_t ldb) \
+    void name(char ordering, char trans, size_t rows, size_t cols, T alpha, const T* a, size_t lda, T* b,            \
+              size_t ldb)                                                                                            \
     {                                                                                                                \
-        if (!passed(text, {{1, is_ordering(ordering)},                                                               \
-                           {2, is_operation(trans)},                                                                 \
-                           {7, lda >= shortest(ordering, rows, cols)},                                               \
-                           {9, ldb >= shortest(ordering, trans, rows, cols)}}))                                      \
+        if (!passed(text, check{1, is_ordering(ordering)}, check{2, is_operation(trans)},                            \
+                    check{7, lda >= shortest(ordering, rows, cols)},                                                 \
+                    check{9, ldb >= shortest(ordering, trans, rows, cols)}))                                         \
             return;                                                                                                  \
-        backend(kernels<element<T>>::omatcopy)(ordering, trans, rows, cols, factor(alpha), kernel(a), lda, kernel(b), \
-                                               ldb);                                                                 \
+        backend(kernels<element<T>>::omatcopy)(ordering, trans, rows, cols, factor(alpha), kernel(a), lda,           \
+                                               kernel(b), ldb);                                                      \
     }
 VRN_OMATCOPY(vrn_trans_somatcopy, float, "SOMATCOPY")
 VRN_OMATCOPY(vrn_trans_domatcopy, double, "DOMATCOPY")
@@ -93,12 +100,8 @@ VRN_OMATCOPY(vrn_trans_zomatcopy, vrn_complex16, "ZOMATCOPY")
     void name(char ordering, char trans, size_t rows, size_t cols, T alpha, const T* a, size_t lda, size_t stridea,  \
               T* b, size_t ldb, size_t strideb)                                                                      \
     {                                                                                                                \
-        if (!passed(text, {{1, is_ordering(ordering)},                                                               \
-                           {2, is_operation(trans)},                                                                 \
-                           {7, lda >= 1},                                                                            \
-                           {8, stridea >= 1},                                                                        \
-                           {10, ldb >= 1},                                                                           \
-                           {11, strideb >= 1}}))                                                                     \
+        if (!passed(text, check{1, is_ordering(ordering)}, check{2, is_operation(trans)}, check{7, lda >= 1},        \
+                    check{8, stridea >= 1}, check{10, ldb >= 1}, check{11, strideb >= 1}))                           \
             return;                                                                                                  \
         backend(kernels<element<T>>::omatcopy2)(ordering, trans, rows, cols, factor(alpha), kernel(a), lda, stridea, \
                                                 kernel(b), ldb, strideb);                                            \
@@ -111,10 +114,9 @@ VRN_OMATCOPY2(vrn_trans_zomatcopy2, vrn_complex16, "ZOMATCOPY2")
 #define VRN_IMATCOPY(name, T, text)                                                                                  \
     void name(char ordering, char trans, size_t rows, size_t cols, T alpha, T* a, size_t lda, size_t ldb)            \
     {                                                                                                                \
-        if (!passed(text, {{1, is_ordering(ordering)},                                                               \
-                           {2, is_operation(trans)},                                                                 \
-                           {7, lda >= shortest(ordering, rows, cols)},                                               \
-                           {8, ldb >= shortest(ordering, trans, rows, cols)}}))                                      \
+        if (!passed(text, check{1, is_ordering(ordering)}, check{2, is_operation(trans)},                            \
+                    check{7, lda >= shortest(ordering, rows, cols)},                                                 \
+                    check{8, ldb >= shortest(ordering, trans, rows, cols)}))                                         \
             return;                                                                                                  \
         backend(kernels<element<T>>::imatcopy)(ordering, trans, rows, cols, factor(alpha), kernel(a), lda, ldb);     \
     }
@@ -128,12 +130,10 @@ VRN_IMATCOPY(vrn_trans_zimatcopy, vrn_complex16, "ZIMATCOPY")
     void name(char ordering, char transa, char transb, size_t rows, size_t cols, T alpha, const T* a, size_t lda,    \
               T beta, const T* b, size_t ldb, T* c, size_t ldc)                                                      \
     {                                                                                                                \
-        if (!passed(text, {{1, is_ordering(ordering)},                                                               \
-                           {2, is_operation(transa)},                                                                \
-                           {3, is_operation(transb)},                                                                \
-                           {8, lda >= shortest(ordering, transa, rows, cols)},                                       \
-                           {11, ldb >= shortest(ordering, transb, rows, cols)},                                      \
-                           {13, ldc >= shortest(ordering, rows, cols)}}))                                            \
+        if (!passed(text, check{1, is_ordering(ordering)}, check{2, is_operation(transa)},                           \
+                    check{3, is_operation(transb)}, check{8, lda >= shortest(ordering, transa, rows, cols)},         \
+                    check{11, ldb >= shortest(ordering, transb, rows, cols)},                                        \
+                    check{13, ldc >= shortest(ordering, rows, cols)}))                                               \
             return;                                                                                                  \
         backend(kernels<element<T>>::omatadd)(ordering, transa, transb, rows, cols, factor(alpha), kernel(a), lda,   \
                                               factor(beta), kernel(b), ldb, kernel(c), ldc);                         \

@@ -9,23 +9,8 @@ namespace vrn::dft {
 
 namespace {
 
-struct factors {
-    std::int64_t n1 = 0, n2 = 0;
-};
-
-// The most even split into two bases; n itself where one pass does. 0 where the length has none.
-factors split(std::int64_t n)
-{
-    if (n <= longest_base) return {n, 1};
-    for (std::int64_t a = longest_base; a * a >= n; --a)
-        if (n % a == 0 && n / a <= longest_base) {
-            factors best{a, n / a};
-            for (std::int64_t b = a - 1; b * b >= n; --b)
-                if (n % b == 0) best = {b, n / b};
-            return best;
-        }
-    return {};
-}
+// n itself where one pass does.
+base_pair split(std::int64_t n) { return n <= longest_base ? base_pair{n, 1} : two_bases(n); }
 
 // Kinds of a plan: 1 and 7 have their columns' outputs near each other, 4 and 5 are contiguous, 9 is refused. They
 // choose among worker forms elsewhere in the engine; here all accepted kinds share the two passes.
@@ -39,7 +24,6 @@ plan_kind kind_of(std::int64_t n, std::int64_t in_stride, std::int64_t width)
 void release(batch_plan_record* r)
 {
     if (r == nullptr) return;
-    vrn_serv_free(r->places);
     vrn_serv_free(r->twiddles);
     vrn_serv_free(r);
 }
@@ -62,29 +46,13 @@ int tell(const descriptor* node, char* line, int capacity)
 std::int64_t low_bit(std::int64_t s) { return s & -s; }
 
 template <class R>
-bool fill_tables(batch_plan_record& r)
+bool fill_twiddles(batch_plan_record& r)
 {
-    const std::int64_t n = r.n, n1 = r.n1, n2 = r.n2;
-    constexpr std::int64_t lanes = batch_lanes<R>;
-    r.places =
-        static_cast<std::int64_t*>(vrn_serv_malloc(static_cast<std::uint64_t>(2 * n) * sizeof(std::int64_t), 64));
-    r.twiddles = vrn_serv_malloc(static_cast<std::uint64_t>(2 * lanes * n) * sizeof(R), 64);
-    if (r.places == nullptr || r.twiddles == nullptr) return false;
-    for (std::int64_t k1 = 0; k1 < (n2 == 1 ? 1 : n1); ++k1)
-        for (std::int64_t k2 = 0; k2 < (n2 == 1 ? n1 : n2); ++k2) {
-            const std::int64_t k = n2 == 1 ? k2 : k1 + n1 * k2, i = n2 == 1 ? k2 : k1 * n2 + k2;
-            r.places[i] = k;
-            r.places[n + i] = (n - k) % n;
-        }
-    auto* w = static_cast<R*>(r.twiddles);
-    for (std::int64_t j2 = 0; j2 < n2; ++j2)
-        for (std::int64_t k1 = 0; k1 < n1; ++k1, w += 2 * lanes) {
-            const root t = table_root(j2 * k1 % n, n);
-            for (std::int64_t i = 0; i < lanes; ++i) {
-                w[i] = static_cast<R>(t.cos);
-                w[lanes + i] = static_cast<R>(i % 2 == 0 ? t.sin : -t.sin);
-            }
-        }
+    if (r.n2 == 1) return true;
+    const auto bytes = static_cast<std::uint64_t>(twiddle_reals<R>(r.n1, r.n2)) * sizeof(R);
+    r.twiddles = vrn_serv_malloc(bytes, 64);
+    if (r.twiddles == nullptr) return false;
+    put_twiddles(static_cast<R*>(r.twiddles), r.n1, r.n2, table_root);
     return true;
 }
 
@@ -103,23 +71,6 @@ bool wanted(const descriptor* node, const descriptor* head)
     return 4096 / n >= 16 && n != 196 && (head->thread_count < 2 || (n - 1) / head->thread_count % 2 != 0);
 }
 
-// One pass or two over `width` columns.
-template <class R>
-void run_plan(const batch_plan_record& r, std::int64_t width, const R* in, std::int64_t in_stride, R* out,
-              const std::int64_t* offsets, R* work, R scale)
-{
-    const auto& k = batch_kernels<R>();
-    auto* second = (width == 1 ? k.second_one : k.second)[r.n2 == 1 ? r.n1 : r.n2];
-    if (r.n2 == 1) return second(in, in_stride, out, offsets, width, scale);
-    auto* first = (width == 1 ? k.first_one : k.first)[r.n1];
-    const auto* w = static_cast<const R*>(r.twiddles);
-    for (std::int64_t j = 0; j < r.n2; ++j)
-        first(in + j * in_stride, r.n2 * in_stride, work + j * 2 * width, r.n2 * 2 * width, width,
-              w + j * r.n1 * 2 * batch_lanes<R>);
-    for (std::int64_t k1 = 0; k1 < r.n1; ++k1)
-        second(work + k1 * r.n2 * 2 * width, 2 * width, out, offsets + k1 * r.n2, width, scale);
-}
-
 } // namespace
 
 // The marker of a node, not a strategy: no list holds it.
@@ -132,7 +83,7 @@ dft_status init_batch_plans(descriptor* node, const descriptor* head)
     const bool inplace = node->placement == in_place;
     const std::int64_t s = inplace ? node->input_stride : node->output_stride, n = node->length;
     if (s < 1 || low_bit(s) >= 256) return declined;
-    const factors f = split(n);
+    const base_pair f = split(n);
     if (f.n1 == 0) return internal_failure;
     auto* r = new_record<batch_plan_record>(vrn_serv_cpu_detect() == 4 ? 4096 : 256);
     if (r == nullptr) return no_memory;
@@ -152,7 +103,7 @@ dft_status init_batch_plans(descriptor* node, const descriptor* head)
     const std::int64_t t = last->length * (inplace ? last->input_stride : last->output_stride);
     const bool too_big = head->work_rank > 2 && static_cast<std::uint64_t>(head->thread_count) * r->largest_work >
                                                     16 * static_cast<std::uint64_t>(t);
-    if (too_big || !fill_tables<R>(*r)) {
+    if (too_big || !fill_twiddles<R>(*r)) {
         release(r);
         return too_big ? internal_failure : no_memory;
     }
@@ -169,16 +120,15 @@ dft_status run_batch_plans(const descriptor* node, kernel_function* kernel, cons
     const bool forward = kernel == node->forward_kernel;
     const buffer work(r.largest_work);
     if (r.largest_work != 0 && !work) return no_memory;
-    std::int64_t offsets[longest_base * longest_base];
-    const std::int64_t* places = r.places + (forward ? 0 : r.n);
-    for (std::int64_t k = 0; k < r.n; ++k) offsets[k] = places[k] * out_stride;
+    const passes<R> p{r.n1, r.n2, static_cast<const R*>(r.twiddles)};
     const R scale = forward ? used_scale<R, true>(node) : used_scale<R, false>(node);
     int i = 63 - __builtin_clzll(static_cast<unsigned long long>(std::min(r.preferred_width, count)));
     while (i > 0 && (i >= batch_widths || r.plans[i].width == 0)) --i;
-    for (; count > 0; --i)
-        for (const std::int64_t width = std::int64_t{1} << i; count >= width;
-             count -= width, in += width, out += width)
-            run_plan<R>(r, width, &in->re, in_stride, &out->re, offsets, work.as<R>(), scale);
+    for (; count > 0; --i) {
+        const std::int64_t width = std::int64_t{1} << i, now = count - count % width;
+        run_columns<R>(p, forward, &in->re, in_stride, &out->re, out_stride, now, width, work.as<R>(), scale);
+        count -= now, in += now, out += now;
+    }
     return ok;
 }
 

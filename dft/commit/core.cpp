@@ -198,8 +198,8 @@ dft_status complex_plane_apart(const void* in, void* out, const std::int64_t* in
                                const std::int64_t* out_first, const std::int64_t* out_second, kernel_function* first,
                                kernel_function* second, const descriptor* d, void* work)
 {
-    return plane_apart<R>(static_cast<const cplx<R>*>(in), static_cast<cplx<R>*>(out), *in_first, *in_second,
-                          *out_first, *out_second, first, second, d, work);
+    return plane_apart<R>({static_cast<const cplx<R>*>(in), *in_first, *in_second},
+                          {static_cast<cplx<R>*>(out), *out_first, *out_second}, {first, second}, d, work);
 }
 
 template <class R>

@@ -4,10 +4,11 @@
 // Real ones have a complex spectrum: a row goes through the complex codelet of its length as it stands and keeps n/2
 // + 1 values; at these lengths that is less than finding another way.
 
-#include "dft/commit/batch_plan.hpp"
 #include "dft/commit/strategies.hpp"
+#include "dft/compute/frame.hpp"
 #include "dft/compute/move.hpp"
 #include "dft/compute/real.hpp"
+#include "dft/compute/short_columns.hpp"
 
 namespace vrn::dft {
 
@@ -55,8 +56,8 @@ cube_record<R>* prepare(const commit_method* method, descriptor* d, int rank, bo
 template <class R, bool Forward>
 void columns(cplx<R>* data, std::int64_t n, std::int64_t stride, std::int64_t width)
 {
-    if (n <= longest_base && lie_well<R>(n, 2 * stride))
-        return short_columns<R>(n, Forward, &data->re, 2 * stride, &data->re, 2 * stride, width, R{1});
+    if (const auto way = short_way<R>(n, 2 * stride, 2 * stride); way.n1 != 0)
+        return short_columns<R>(way, Forward, &data->re, 2 * stride, &data->re, 2 * stride, width, R{1});
     auto* codelet = (Forward ? codelets<R>().forward : codelets<R>().backward)[n];
     cplx<R> block[4 * longest_edge];
     for (std::int64_t i = 0; i < width;) {
@@ -75,7 +76,10 @@ void further(cplx<R>* y, const std::int64_t* stride, int rank, std::int64_t n, s
 {
     for (std::int64_t k = 0; k < (rank == 3 ? n : 1); ++k)
         columns<R, Forward>(y + k * (rank == 3 ? stride[2] : 0), n, stride[1], width);
-    if (rank == 3)
+    if (rank != 3) return;
+    // Planes without gaps are one long row to the third dimension.
+    if (stride[1] == width) columns<R, Forward>(y, n, stride[2], n * width);
+    else
         for (std::int64_t j = 0; j < n; ++j) columns<R, Forward>(y + j * stride[1], n, stride[2], width);
 }
 
@@ -86,15 +90,13 @@ dft_status compute_cube(descriptor* d, void* in, void* out)
     const auto* x = static_cast<const cplx<R>*>(in) + d->input_offset;
     auto* y = InPlace ? static_cast<cplx<R>*>(in) + d->input_offset : static_cast<cplx<R>*>(out) + d->output_offset;
     const std::int64_t n = r.edge, planes = r.rank == 3 ? n : 1;
-    auto* codelet = (Forward ? codelets<R>().forward : codelets<R>().backward)[n];
     on_threads(d, std::min<std::int64_t>(d->thread_count, r.count), [&](int thread, int team) {
         const share s(r.count, thread, team);
         for (std::int64_t t = s.begin; t < s.end; ++t) {
             const cplx<R>* from = x + t * r.in_distance;
             cplx<R>* to = y + t * r.out_distance;
             for (std::int64_t k = 0; k < planes; ++k)
-                for (std::int64_t j = 0; j < n; ++j)
-                    codelet(&from[j * r.in[1] + k * r.in[2]].re, &to[j * r.out[1] + k * r.out[2]].re);
+                short_rows<R>(n, Forward, from + k * r.in[2], r.in[1], to + k * r.out[2], r.out[1], n);
             further<R, Forward>(to, r.out, r.rank, n, n);
         }
     });
@@ -160,7 +162,7 @@ dft_status forward_real(descriptor* d, void* in, void* out)
     return ok;
 }
 
-// The columns of a spectrum that is not to be written are taken on a copy.
+// The columns of a spectrum that is not to be written are taken on a copy, of most within the call's frame.
 template <class R, bool InPlace>
 dft_status backward_real(descriptor* d, void* in, void* out)
 {
@@ -173,27 +175,30 @@ dft_status backward_real(descriptor* d, void* in, void* out)
     shared_status status;
     on_threads(d, std::min<std::int64_t>(d->thread_count, r.count), [&](int thread, int team) {
         const share s(r.count, thread, team);
-        const buffer copy(InPlace ? 0 : static_cast<std::uint64_t>(half * n * planes) * sizeof(cplx<R>), 64);
-        if (!InPlace && !copy) return status(no_memory);
-        for (std::int64_t t = s.begin; t < s.end; ++t) {
-            cplx<R>* from = x + t * r.in_distance;
-            const std::int64_t* stride = r.in;
-            if constexpr (!InPlace) {
-                auto* to = copy.as<cplx<R>>();
+        const auto bytes = static_cast<std::uint64_t>(half * n * planes) * sizeof(cplx<R>);
+        status(with_work(InPlace ? 0 : bytes, [&](void* copy) {
+            for (std::int64_t t = s.begin; t < s.end; ++t) {
+                cplx<R>* from = x + t * r.in_distance;
+                const std::int64_t* stride = r.in;
+                if constexpr (!InPlace) {
+                    auto* to = static_cast<cplx<R>*>(copy);
+                    for (std::int64_t k = 0; k < planes; ++k)
+                        for (std::int64_t j = 0; j < n; ++j) {
+                            const cplx<R>* row = from + j * r.in[1] + k * r.in[2];
+                            std::copy(row, row + half, to + j * packed[1] + k * packed[2]);
+                        }
+                    from = to;
+                    stride = packed;
+                }
+                further<R, false>(from, stride, r.rank, n, half);
+                R* to = y + t * r.out_distance;
                 for (std::int64_t k = 0; k < planes; ++k)
-                    for (std::int64_t j = 0; j < n; ++j) {
-                        const cplx<R>* row = from + j * r.in[1] + k * r.in[2];
-                        std::copy(row, row + half, to + j * packed[1] + k * packed[2]);
-                    }
-                from = to;
-                stride = packed;
+                    for (std::int64_t j = 0; j < n; ++j)
+                        row_backward(codelet, from + j * stride[1] + k * stride[2], to + j * r.out[1] + k * r.out[2],
+                                     n);
             }
-            further<R, false>(from, stride, r.rank, n, half);
-            R* to = y + t * r.out_distance;
-            for (std::int64_t k = 0; k < planes; ++k)
-                for (std::int64_t j = 0; j < n; ++j)
-                    row_backward(codelet, from + j * stride[1] + k * stride[2], to + j * r.out[1] + k * r.out[2], n);
-        }
+            return ok;
+        }));
     });
     return status.value;
 }

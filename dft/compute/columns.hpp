@@ -2,11 +2,13 @@
 //
 // Takes every element pair: complex to complex, real to packed or complex and back. A block of 8 double complex
 // values is two cache lines of 64 bytes, so that neighbours are fetched whole. The node's batch plans, where it has
-// them, go ahead. Called by the drivers of one, two and more dimensions and by the pieces for threads.
+// them, go ahead, and short lengths go without a move (short_columns.hpp). Called by the drivers of one, two and more
+// dimensions and by the pieces for threads.
 #pragma once
 
 #include "dft/commit/batch_plan.hpp"
 #include "dft/compute/move.hpp"
+#include "dft/compute/short_columns.hpp"
 
 namespace vrn::dft {
 
@@ -45,10 +47,15 @@ dft_status one_block(const column_kernel& k, const side<const In>& in, const sid
 {
     const std::int64_t in_step = bytes / static_cast<std::int64_t>(sizeof(In));
     const std::int64_t out_step = bytes / static_cast<std::int64_t>(sizeof(Out));
-    gather(in.count, width, at(in.data, first * in.distance), in.stride, in.distance, reinterpret_cast<In*>(block),
-           in_step);
-    for (std::int64_t w = 0; w < width; ++w)
-        if (const dft_status s = k.run(block + w * bytes, block + w * bytes, k.node, k.work); s != ok) return s;
+    if (width == 1 && is_unit(in)) {
+        // What is contiguous is not moved first: the kernel reads it where it lies.
+        if (const dft_status s = k.run(at(in.data, first * in.distance), block, k.node, k.work); s != ok) return s;
+    } else {
+        gather(in.count, width, at(in.data, first * in.distance), in.stride, in.distance,
+               reinterpret_cast<In*>(block), in_step);
+        for (std::int64_t w = 0; w < width; ++w)
+            if (const dft_status s = k.run(block + w * bytes, block + w * bytes, k.node, k.work); s != ok) return s;
+    }
     scatter(out.count, width, reinterpret_cast<const Out*>(block), out_step, at(out.data, first * out.distance),
             out.stride, out.distance);
     return ok;
@@ -63,12 +70,13 @@ dft_status transform_columns(const column_kernel& k, const side<const In>& in, c
     if constexpr (std::is_same_v<In, Out> && simd::element<In>::parts == 2) {
         using R = simd::real_of<In>;
         const bool neighbours = in.distance == 2 && out.distance == 2;
-        if (neighbours && is_short(k.node) && lie_well<R>(in.count, in.stride) && lie_well<R>(in.count, out.stride)) {
-            const bool forward = k.run == k.node->forward_kernel;
-            const R scale = forward ? used_scale<R, true>(k.node) : used_scale<R, false>(k.node);
-            short_columns<R>(k.node->length, forward, &in.data->re, in.stride, &out.data->re, out.stride, columns,
-                             scale);
-            return ok;
+        if (neighbours && k.node->ordering == ordered && !has_batch_plans(k.node)) {
+            if (const auto way = short_way<R>(k.node->length, in.stride, out.stride); way.n1 != 0) {
+                const bool forward = k.run == k.node->forward_kernel;
+                const R scale = forward ? used_scale<R, true>(k.node) : used_scale<R, false>(k.node);
+                short_columns<R>(way, forward, &in.data->re, in.stride, &out.data->re, out.stride, columns, scale);
+                return ok;
+            }
         }
         if (neighbours && has_batch_plans(k.node) &&
             run_batch_plans<R>(k.node, k.run, in.data, in.stride, out.data, out.stride, columns) == ok)

@@ -34,7 +34,7 @@ DRIVER_OUT(vrn_dft_s42_xcbackward_out, float, false)
     VRN_EXPORT dft_status name(void* data, const std::int64_t* strides_first, const std::int64_t* strides_second,    \
                                kernel_function* first, kernel_function* second, const descriptor* d, void* work)     \
     {                                                                                                                \
-        return plane<R>(static_cast<cplx<R>*>(data), *strides_first, *strides_second, first, second, d, work);       \
+        return plane<R>({static_cast<cplx<R>*>(data), *strides_first, *strides_second}, {first, second}, d, work);   \
     }
 PLANE(vrn_dft_s42_xzdft2d, double)
 PLANE(vrn_dft_s42_xcdft2d, float)
@@ -65,19 +65,38 @@ COLUMNS(vrn_dft_s42_c2_c_dft, float)
 COLUMNS_OUT(vrn_dft_s42_z2_c_out_dft, double)
 COLUMNS_OUT(vrn_dft_s42_c2_c_out_dft, float)
 
+namespace {
+
+// A thread's rows of a plane, the way that rows_and_columns takes them.
+template <class R>
+dft_status rows_part(const column_kernel& k, const cplx<R>* in, cplx<R>* out, std::int64_t in_distance,
+                     std::int64_t out_distance, std::int64_t rows)
+{
+    using E = cplx<R>;
+    const descriptor* d = k.node;
+    const std::int64_t n = d->length, stride = in == out ? d->input_stride : d->output_stride;
+    const bool forward = k.run == d->forward_kernel;
+    if (d->input_stride == 1 && stride == 1 &&
+        has_short_rows<R>(d, forward ? used_scale<R, true>(d) : used_scale<R, false>(d))) {
+        short_rows<R>(n, forward, in, in_distance, out, out_distance, rows);
+        return ok;
+    }
+    for (std::int64_t i = 0; i < rows; ++i) {
+        const dft_status s = transform_one<E, E>(k, {in + i * in_distance, n, 2 * d->input_stride, 0},
+                                                 {out + i * out_distance, n, 2 * stride, 0});
+        if (s != ok) return s;
+    }
+    return ok;
+}
+
+} // namespace
+
 #define ROWS(name, R)                                                                                                \
     VRN_EXPORT dft_status name(const descriptor* d, kernel_function* kernel, const void* in, void* out,              \
                                std::int64_t in_distance, std::int64_t out_distance, std::int64_t rows, void* work)   \
     {                                                                                                                \
-        using E = cplx<R>;                                                                                           \
-        const std::int64_t n = d->length, stride = 2 * (in == out ? d->input_stride : d->output_stride);             \
-        for (std::int64_t i = 0; i < rows; ++i) {                                                                    \
-            const dft_status s = transform_one<E, E>(                                                                \
-                {kernel, d, work}, {static_cast<const E*>(in) + i * in_distance, n, 2 * d->input_stride, 0},         \
-                {static_cast<E*>(out) + i * out_distance, n, stride, 0});                                            \
-            if (s != ok) return s;                                                                                   \
-        }                                                                                                            \
-        return ok;                                                                                                   \
+        return rows_part<R>({kernel, d, work}, static_cast<const cplx<R>*>(in), static_cast<cplx<R>*>(out),          \
+                            in_distance, out_distance, rows);                                                        \
     }
 ROWS(vrn_dft_s42_z2_r_dft, double)
 ROWS(vrn_dft_s42_c2_r_dft, float)

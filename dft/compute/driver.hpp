@@ -82,6 +82,10 @@ dft_status complex_driver(const descriptor* d, void* in, void* out, std::int64_t
 
     // Short rows come by the thousand: nothing but the kernel stands in their loop.
     if (d->work_rank == 1 && d->input_stride == 1 && out_stride == 1) {
+        if (has_short_rows<R>(d, used_scale<R, Forward>(d))) {
+            short_rows<R>(n, Forward, x, d->input_distance, y, out_distance, count);
+            return ok;
+        }
         dft_status s = ok;
         for (std::int64_t i = 0; i < count && s == ok; ++i, x += d->input_distance, y += out_distance)
             s = k.run(x, y, d, work);
@@ -93,9 +97,11 @@ dft_status complex_driver(const descriptor* d, void* in, void* out, std::int64_t
             s = transform_one<E, E>(k, {x, n, 2 * d->input_stride, 0}, {y, n, 2 * out_stride, 0});
         } else if (d->work_rank == 2) {
             const descriptor* c = d->child;
-            s = InPlace ? plane<R>(y, d->input_stride, c->input_stride, k.run, kernel_of<R, Forward>(c), d, work)
-                        : plane_apart<R>(x, y, d->input_stride, c->input_stride, d->output_stride, c->output_stride,
-                                         k.run, kernel_of<R, Forward>(c), d, work);
+            const plane_kernels both{k.run, kernel_of<R, Forward>(c)};
+            if constexpr (InPlace) s = plane<R>({y, d->input_stride, c->input_stride}, both, d, work);
+            else
+                s = plane_apart<R>({x, d->input_stride, c->input_stride}, {y, d->output_stride, c->output_stride},
+                                   both, d, work);
         } else {
             s = many_dimensions<R>(d, x, y, Forward, InPlace, work);
         }

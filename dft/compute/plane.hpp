@@ -13,65 +13,69 @@ namespace vrn::dft {
 
 inline std::int64_t cache_size() { return vrn_serv_get_cache_size(0); }
 
-// data in place; strides of the two dimensions in complex values.
+// One side of a plane: its data and the strides of the two dimensions, in complex values.
+template <class E>
+struct plane_side {
+    E* data;
+    std::int64_t first, second;
+};
+
+// The two kernels of a plane, of one direction.
+struct plane_kernels {
+    kernel_function *first, *second;
+};
+
+// Rows go `straight` to their place or through a block, columns 2^order at a time.
 template <class R>
-dft_status plane(cplx<R>* data, std::int64_t stride_first, std::int64_t stride_second, kernel_function* first,
-                 kernel_function* second, const descriptor* d, void* work)
+dft_status rows_and_columns(const plane_side<const cplx<R>>& in, const plane_side<cplx<R>>& out, bool straight,
+                            int order, const plane_kernels& k, const descriptor* d, void* work)
 {
     using E = cplx<R>;
     const descriptor* child = d->child;
-    const std::int64_t m = d->length, k = child->length;
-    if (m < 1 || k < 1) return ok;
-    const buffer block(sizeof(E) *
-                       static_cast<std::uint64_t>(stride_first != 1 ? std::max(m, k) : std::max(m, 4 * k)));
+    const std::int64_t m = d->length, n = child->length;
+    if (m < 1 || n < 1) return ok;
+    const buffer block(sizeof(E) * static_cast<std::uint64_t>(std::max(m, n << order)));
     if (!block) return no_memory;
 
-    const bool unit = stride_first == 1;
-    // A direct kernel has no temporary, so rows of a matrix within the cache stay where they are; a scrambled one
-    // works in place anyway.
-    const bool rows_in_place =
-        unit && (d->uses_primitive_plan != 1 ? cache_size() > static_cast<std::int64_t>(sizeof(E)) * m * k
-                                             : d->ordering != ordered);
-    const column_kernel row{first, d, work};
-    for (std::int64_t i = 0; i < k; ++i) {
-        E* p = data + i * stride_second;
-        const dft_status s = rows_in_place ? first(p, p, d, work)
-                                           : transform_columns<E, E>(row, {p, m, 2 * stride_first, 0},
-                                                                     {p, m, 2 * stride_first, 0}, 1, 0, block.block);
-        if (s != ok) return s;
-    }
-    if (k < 2) return ok;
-    return transform_columns<E, E>({second, child, work}, {data, k, 2 * stride_second, 2 * stride_first},
-                                   {data, k, 2 * stride_second, 2 * stride_first}, m, unit ? 2 : 0, block.block);
+    const bool forward = k.first == d->forward_kernel;
+    // A codelet has no temporary that a row in place or a crowded one would fight with.
+    if (in.first == 1 && out.first == 1 &&
+        has_short_rows<R>(d, forward ? used_scale<R, true>(d) : used_scale<R, false>(d)))
+        short_rows<R>(m, forward, in.data, in.second, out.data, out.second, n);
+    else
+        for (std::int64_t i = 0; i < n; ++i) {
+            const E* p = in.data + i * in.second;
+            E* q = out.data + i * out.second;
+            const dft_status s = straight ? k.first(p, q, d, work)
+                                          : transform_columns<E, E>({k.first, d, work}, {p, m, 2 * in.first, 0},
+                                                                    {q, m, 2 * out.first, 0}, 1, 0, block.block);
+            if (s != ok) return s;
+        }
+    if (n < 2) return ok;
+    return transform_columns<E, E>({k.second, child, work}, {out.data, n, 2 * out.second, 2 * out.first},
+                                   {out.data, n, 2 * out.second, 2 * out.first}, m, order, block.block);
 }
 
 template <class R>
-dft_status plane_apart(const cplx<R>* in, cplx<R>* out, std::int64_t in_first, std::int64_t in_second,
-                       std::int64_t out_first, std::int64_t out_second, kernel_function* first,
-                       kernel_function* second, const descriptor* d, void* work)
+dft_status plane(const plane_side<cplx<R>>& data, const plane_kernels& k, const descriptor* d, void* work)
 {
-    using E = cplx<R>;
-    const descriptor* child = d->child;
-    const std::int64_t m = d->length, k = child->length;
-    if (m < 1 || k < 1) return ok;
-    const buffer block(sizeof(E) *
-                       static_cast<std::uint64_t>(out_second != 1 ? std::max(m, 8 * k) : std::max(m, 4 * k)));
-    if (!block) return no_memory;
+    const bool unit = data.first == 1;
+    // A direct kernel has no temporary, so rows of a matrix within the cache stay where they are; a scrambled one
+    // works in place anyway.
+    const bool straight =
+        unit && (d->uses_primitive_plan != 1
+                     ? cache_size() > static_cast<std::int64_t>(sizeof(cplx<R>)) * d->length * d->child->length
+                     : d->ordering != ordered);
+    return rows_and_columns<R>({data.data, data.first, data.second}, data, straight, unit ? 2 : 0, k, d, work);
+}
 
-    const bool straight = in_first == 1 && out_first == 1 &&
-                          (!is_pow2(m) || static_cast<std::int64_t>(sizeof(E)) * m * k < cache_size());
-    const column_kernel row{first, d, work};
-    for (std::int64_t i = 0; i < k; ++i) {
-        const E* p = in + i * in_second;
-        E* q = out + i * out_second;
-        const dft_status s = straight ? first(p, q, d, work)
-                                      : transform_columns<E, E>(row, {p, m, 2 * in_first, 0},
-                                                                {q, m, 2 * out_first, 0}, 1, 0, block.block);
-        if (s != ok) return s;
-    }
-    if (k < 2) return ok;
-    return transform_columns<E, E>({second, child, work}, {out, k, 2 * out_second, 2 * out_first},
-                                   {out, k, 2 * out_second, 2 * out_first}, m, out_second != 1 ? 3 : 2, block.block);
+template <class R>
+dft_status plane_apart(const plane_side<const cplx<R>>& in, const plane_side<cplx<R>>& out, const plane_kernels& k,
+                       const descriptor* d, void* work)
+{
+    const std::int64_t m = d->length, bytes = static_cast<std::int64_t>(sizeof(cplx<R>)) * m * d->child->length;
+    const bool straight = in.first == 1 && out.first == 1 && (!is_pow2(m) || bytes < cache_size());
+    return rows_and_columns<R>(in, out, straight, out.second != 1 ? 3 : 2, k, d, work);
 }
 
 // ---- further dimensions ----
@@ -128,14 +132,14 @@ template <class R>
 dft_status planes(const descriptor* d, const cplx<R>* in, cplx<R>* out, const shape& a, const shape& b, bool forward,
                   bool inplace, std::int64_t first, std::int64_t count, void* work)
 {
-    kernel_function* k1 = forward ? d->forward_kernel : d->backward_kernel;
-    kernel_function* k2 = forward ? d->child->forward_kernel : d->child->backward_kernel;
+    const plane_kernels k = forward ? plane_kernels{d->forward_kernel, d->child->forward_kernel}
+                                    : plane_kernels{d->backward_kernel, d->child->backward_kernel};
     position_walk walk(a, b, 2, -1, first);
     for (std::int64_t i = 0; i < count; ++i, walk.next()) {
-        const dft_status s = inplace
-                                 ? plane<R>(at(out, walk.offset_a), a.stride[0] / 2, a.stride[1] / 2, k1, k2, d, work)
-                                 : plane_apart<R>(at(in, walk.offset_a), at(out, walk.offset_b), a.stride[0] / 2,
-                                                  a.stride[1] / 2, b.stride[0] / 2, b.stride[1] / 2, k1, k2, d, work);
+        const plane_side<cplx<R>> to{at(out, walk.offset_b), b.stride[0] / 2, b.stride[1] / 2};
+        const dft_status s =
+            inplace ? plane<R>(to, k, d, work)
+                    : plane_apart<R>({at(in, walk.offset_a), a.stride[0] / 2, a.stride[1] / 2}, to, k, d, work);
         if (s != ok) return s;
     }
     return ok;

@@ -254,6 +254,44 @@ TEST(DftCommit, EveryRefusedAllocationLeavesThingsClean)
     }
 }
 
+// Tables, small plans and what works within the call's frame.
+TEST(DftCommit, ShortComputesDoNotAllocate)
+{
+    const transform cases[] = {
+        {.what = "table", .lengths = {4}},
+        {.what = "table", .lengths = {128}, .placement = apart},
+        {.what = "small", .lengths = {60}, .placement = apart},
+        {.what = "small with work", .lengths = {99}},
+        {.what = "square", .lengths = {8, 8}},
+        {.what = "long square", .lengths = {32, 32}, .placement = apart},
+        {.what = "cube", .lengths = {16, 16, 16}, .placement = apart},
+        {.what = "real square", .lengths = {32, 32}, .domain = real, .placement = apart, .spectrum = complex_values},
+        {.what = "real cube", .lengths = {8, 8, 8}, .domain = real, .placement = apart, .spectrum = complex_values},
+        {.what = "rows", .lengths = {12}, .count = 20},
+        {.what = "columns",
+         .lengths = {64},
+         .count = 20,
+         .placement = apart,
+         .time = {0, 20},
+         .frequency = {0, 20},
+         .time_distance = 1,
+         .frequency_distance = 1},
+    };
+    for (const auto& given : cases)
+        for (const int precision : {VRN_DFT_DOUBLE, VRN_DFT_SINGLE}) {
+            const transform t = laid_out(given);
+            SCOPED_TRACE(t.what + (precision == VRN_DFT_DOUBLE ? " double" : " single"));
+            std::vector<double> a(static_cast<std::size_t>(4 * t.total() * t.count)), b(a.size());
+            vrn_dft_handle h = configured(t, precision, true);
+            ASSERT_EQ(vrn_dft_commit(h), 0);
+            asked = 0;
+            EXPECT_EQ(vrn_dft_forward(h, a.data(), b.data()), 0);
+            EXPECT_EQ(vrn_dft_backward(h, a.data(), b.data()), 0);
+            EXPECT_EQ(asked, 0);
+            vrn_dft_free(&h);
+        }
+}
+
 TEST(DftCommit, ThreadsComputeWithOneDescriptor)
 {
     vrn_dft_handle h = nullptr;

@@ -97,6 +97,24 @@ TEST(Dft, BatchesStridesAndScales)
             }
 }
 
+// One pass, two passes, none; rows a page apart, where they meet in one set of a cache; whole vectors and half ones.
+TEST(Dft, ColumnsWhereTheyLie)
+{
+    for (const std::int64_t n : {8, 9, 11, 16, 32, 49, 60, 63, 64, 128, 256})
+        for (const std::int64_t stride : {37, 512})
+            for (const std::int64_t count : {1, 35})
+                for (const int placement : {inside, apart})
+                    check_both({.what = "columns " + text({n, stride, count}) + (placement == apart ? " apart" : ""),
+                                .lengths = {n},
+                                .count = count,
+                                .placement = placement,
+                                .time = {1, stride},
+                                .frequency = {1, stride},
+                                .time_distance = 1,
+                                .frequency_distance = 1,
+                                .backward = 1.0 / static_cast<double>(n)});
+}
+
 TEST(Dft, RealBatchesAndStrides)
 {
     for (const std::int64_t n : {2, 3, 8, 9, 30, 64, 70})
