@@ -50,7 +50,7 @@ mv_general(matrix<T, I> a, std::ptrdiff_t from, std::ptrdiff_t to, T alpha, cons
         else finish(i, dot<whole_row<T>>(r, x, map));
     };
     std::ptrdiff_t i = from;
-    if constexpr (whole_row<T>.from > long_row) {
+    if constexpr (std::is_same_v<T, double>) {
         // Two short rows of one size go together: the sum of one fills the time that the other's takes.
         for (; i + 1 < to; i += 2) {
             a.ask_ahead(a.pntrb[i]);

@@ -29,7 +29,8 @@ template <tag Shape, class T, class I, class X, class Y>
             add(k, at.col[0]);
             add(k + 1, at.col[1]);
         };
-        if constexpr (std::is_same_v<Y, vector<T>>) {
+        // Complex arithmetic hides the loop, and its straight lines would be long.
+        if constexpr (std::is_same_v<Y, vector<T>> && !is_complex<T>) {
             in_order(
                 r.size, [&](std::ptrdiff_t k) __attribute__((always_inline)) { add(k, r.indx[k]); }, pair);
         } else {
