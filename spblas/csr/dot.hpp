@@ -132,11 +132,36 @@ template <split S, int N, class T, class I, class Map>
     simd::unroll<N>([&](auto j) { sum.e[j] = folded<S.sums>(p[j]).total(); });
     return sum;
 }
-// Out of line where a trip is long, lest its registers weigh on the short rows.
-template <split S, class T, class I, class Map>
-[[gnu::noinline]] T long_trips(const T* val, const I* indx, std::ptrdiff_t size, const T* x)
+
+// sums[r] plus the products of N rows of one size, each sum entry after entry.
+template <int N, class T, class I, class Map>
+[[gnu::always_inline]] inline several<T, N> summed(several<T, N> sums, const row<T, I> (&rows)[N], const T* x,
+                                                   const Map& map)
 {
-    return trips<S, 1>(val, indx, size, x, 0, Map{}).e[0];
+    auto one = [&](std::ptrdiff_t k) __attribute__((always_inline))
+    {
+        simd::unroll<N>([&](auto r) __attribute__((always_inline)) {
+            sums.e[r] = sums.e[r] + map.scalar(rows[r].val[k]) * x[rows[r].indx[k]];
+        });
+    };
+    auto two = [&](std::ptrdiff_t k) __attribute__((always_inline))
+    {
+        simd::unroll<N>([&](auto r) __attribute__((always_inline)) {
+            const places<I, 2> at(rows[r].indx + k);
+            if constexpr (std::is_same_v<T, double>) {
+                // Products in pairs save a load: where x comes from a cache behind the first, loads are repeated.
+                const vec<T> p = map(vec<T>::loadu(rows[r].val + k)) *
+                                 vec<T>{_mm_loadh_pd(_mm_load_sd(x + at.col[0]), x + at.col[1])};
+                sums.e[r] = sums.e[r] + p.lane(0);
+                sums.e[r] = sums.e[r] + p.lane(1);
+            } else {
+                sums.e[r] = sums.e[r] + map.scalar(rows[r].val[k]) * x[at.col[0]];
+                sums.e[r] = sums.e[r] + map.scalar(rows[r].val[k + 1]) * x[at.col[1]];
+            }
+        });
+    };
+    in_order(rows[0].size, one, two);
+    return sums;
 }
 
 // The row's sums: the loads of an entry serve all N vectors, and each sum has the order of one alone.
@@ -146,10 +171,10 @@ template <split S, int N, class T, class I, class Map>
     several<T, N> sum{};
     std::ptrdiff_t k = 0;
     if (a.size >= S.from) {
-        if constexpr (S.trip > 8) sum.e[0] = long_trips<S, T, I, Map>(a.val, a.indx, a.size, x);
-        else sum = trips<S, N>(a.val, a.indx, a.size, x, ld, map);
+        sum = trips<S, N>(a.val, a.indx, a.size, x, ld, map);
         k = a.size & ~std::ptrdiff_t{S.trip - 1};
     }
+    if constexpr (N == 1 && S.trip > 8) return summed<1>(sum, {row<T, I>{a.val + k, a.indx + k, a.size - k}}, x, map);
     auto add = [&](std::ptrdiff_t i, std::ptrdiff_t col) __attribute__((always_inline))
     {
         const T v = map.scalar(a.val[i]);

@@ -22,7 +22,21 @@ template <bool Conjugate, class T, class I, class X>
 [[gnu::always_inline]] inline typename X::value accumulated(const row<T, I>& r, T alpha, const X& x,
                                                             typename X::value sum)
 {
-    for (std::ptrdiff_t k = 0; k < r.size; ++k) sum = sum + (alpha * conj_if<Conjugate>(r.val[k])) * x.get(r.indx[k]);
+    for (std::ptrdiff_t k = 0; k < r.size; ++k) x.add(sum, alpha * conj_if<Conjugate>(r.val[k]), r.indx[k]);
+    return sum;
+}
+// The same, and with each entry the rows of x that the first entries of another row will want are asked for: between
+// the arithmetic, since a processor waits for no more than a dozen lines at a time.
+template <bool Conjugate, class T, class I, class X>
+[[gnu::always_inline]] inline typename X::value accumulated(const row<T, I>& r, T alpha, const X& x,
+                                                            typename X::value sum, const row<T, I>& soon)
+{
+    for (std::ptrdiff_t k = 0; k < r.size; ++k) {
+        if (k < soon.size)
+            for (std::ptrdiff_t j = 0; j < X::width; j += 64 / std::ptrdiff_t{sizeof(T)})
+                _mm_prefetch(reinterpret_cast<const char*>(x.p + soon.indx[k] * x.stride + j), _MM_HINT_T0);
+        x.add(sum, alpha * conj_if<Conjugate>(r.val[k]), r.indx[k]);
+    }
     return sum;
 }
 
@@ -86,13 +100,15 @@ template <bool Conjugate, int Width, class T, class I>
                                                    T beta)
 {
     constexpr int vectors = held_vectors<T>(Width), part = vectors * per_vec<T>;
-    over_rows(a, from, to, b, ldb, Width, [&](std::ptrdiff_t i, const row<T, I>& r) {
+    const bool far = reaches_far(a, from, to, Width * std::ptrdiff_t{sizeof(T)});
+    for (std::ptrdiff_t i = from; i < to; ++i) {
+        const row<T, I> r = a.next(i), soon = far && i + 1 < to ? a[i + 1] : row<T, I>{};
         simd::unroll<Width / part>([&](auto p) {
             const strip<T, vectors> y{c + p * part, ldc};
             y.put(i + base, accumulated<Conjugate>(r, alpha, strip<const T, vectors>{b + p * part, ldb},
-                                                   begun(y, i + base, beta)));
+                                                   begun(y, i + base, beta), soon));
         });
-    });
+    }
 }
 
 template <bool Conjugate, class T, class I>

@@ -23,6 +23,8 @@ struct row {
 // How many entries ahead of a row a walk asks for values and indices. A processor's own prefetching ends with every
 // page of them, 512 doubles; asked for that early, a matrix out of the caches is multiplied 1.2 to 1.4 times as fast.
 inline constexpr std::ptrdiff_t entries_ahead = 512;
+// From here on a row has so many lines that it is worth a loop, or a call, of its own.
+inline constexpr std::ptrdiff_t long_row = 32;
 
 // val and indx come shifted by pntrb[0], so that row pointers address them as they stand. By value into kernels:
 // fields behind a reference are loaded anew for every row.
@@ -50,12 +52,18 @@ struct matrix {
     // For the entries begin..end-1, every line that a long row will want; of a short one a line each is enough, and a
     // loop would cost more than it brings.
     template <int Step = 1>
+    [[gnu::always_inline]] void ask_ahead(std::ptrdiff_t begin) const
+    {
+        _mm_prefetch(ahead<Step>(val + begin), _MM_HINT_T0);
+        _mm_prefetch(ahead<Step>(indx + begin), _MM_HINT_T0);
+    }
+    template <int Step = 1>
     [[gnu::always_inline]] void ask_ahead(std::ptrdiff_t begin, std::ptrdiff_t end) const
     {
         const char *v = ahead<Step>(val + begin), *j = ahead<Step>(indx + begin);
         _mm_prefetch(v, _MM_HINT_T0);
         _mm_prefetch(j, _MM_HINT_T0);
-        if (const std::ptrdiff_t size = end - begin; size >= 32) {
+        if (const std::ptrdiff_t size = end - begin; size >= long_row) {
             for (std::ptrdiff_t o = 64; o < size * std::ptrdiff_t{sizeof(T)}; o += 64)
                 _mm_prefetch(v + o, _MM_HINT_T0);
             for (std::ptrdiff_t o = 64; o < size * std::ptrdiff_t{sizeof(I)}; o += 64)
@@ -108,6 +116,41 @@ struct places {
         else simd::unroll<N>([&](auto i) { col[i] = indx[i]; });
     }
 };
+
+// one(k) for k = 0..count-1 in that order, two(k) for k and k+1. What eight does not divide goes first, by a jump
+// into the middle of a straight line: in rows of a few entries every instruction shows, and a loop would be a third
+// of them.
+template <class One, class Two>
+[[gnu::always_inline]] inline void in_order(std::ptrdiff_t count, One&& one, Two&& two)
+{
+    std::ptrdiff_t k = count & 7;
+    switch (k) {
+    case 7:
+        one(k - 7);
+        [[fallthrough]];
+    case 6:
+        one(k - 6);
+        [[fallthrough]];
+    case 5:
+        one(k - 5);
+        [[fallthrough]];
+    case 4:
+        one(k - 4);
+        [[fallthrough]];
+    case 3:
+        one(k - 3);
+        [[fallthrough]];
+    case 2:
+        one(k - 2);
+        [[fallthrough]];
+    case 1:
+        one(k - 1);
+        [[fallthrough]];
+    default:
+        break;
+    }
+    for (; k < count; k += 8) simd::unroll<4>([&](auto j) __attribute__((always_inline)) { two(k + 2 * j); });
+}
 
 // Which entries of row `self` (in the base of the indices) lie in the wanted triangle, the diagonal apart.
 template <bool Lower, class I>

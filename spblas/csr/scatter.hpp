@@ -23,16 +23,24 @@ template <tag Shape, class T, class I, class X, class Y>
         {
             y.put(col, y.get(col) + conj_if<conjugate>(r.val[k]) * t);
         };
-        std::ptrdiff_t k = 0;
-        for (; k + 1 < r.size; k += 2) {
+        auto pair = [&](std::ptrdiff_t k) __attribute__((always_inline))
+        {
             const places<I, 2> at(r.indx + k);
             add(k, at.col[0]);
             add(k + 1, at.col[1]);
+        };
+        // Complex arithmetic hides the loop, and its straight lines would be long.
+        if constexpr (std::is_same_v<Y, vector<T>> && !is_complex<T>) {
+            in_order(
+                r.size, [&](std::ptrdiff_t k) __attribute__((always_inline)) { add(k, r.indx[k]); }, pair);
+        } else {
+            std::ptrdiff_t k = 0;
+            for (; k + 1 < r.size; k += 2) pair(k);
+            if (k < r.size) add(k, r.indx[k]);
         }
-        if (k < r.size) add(k, r.indx[k]);
         if constexpr (Shape.is('t')) {
             // Everything has been added; what lies outside the triangle, or on a diagonal that is one, is taken back.
-            for (k = 0; k < r.size; ++k)
+            for (std::ptrdiff_t k = 0; k < r.size; ++k)
                 if (inside<!Shape.lower()>(r.indx[k], self) || (Shape.unit() && r.indx[k] == self))
                     y.put(r.indx[k], y.get(r.indx[k]) - conj_if<conjugate>(r.val[k]) * t);
             if constexpr (Shape.unit()) y.put(self, y.get(self) + t);

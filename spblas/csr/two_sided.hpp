@@ -62,11 +62,12 @@ template <tag Shape, class T, class I>
 {
     alpha = signed_alpha<Shape>(alpha);
     constexpr bool corrects = Shape.unit() || Shape.is('a');
+    const bool clears = beta == T{};
     for (std::ptrdiff_t i = from; i < to; ++i) {
         const std::ptrdiff_t self = i + base;
         const T t = alpha * x[self];
         // No entry of the row scatters to the row itself, so that its element is written once, at the end.
-        auto element = [&] { return !Shape.lower() ? y[self] : beta == T{} ? T{} : beta * y[self]; };
+        auto element = [&] { return !Shape.lower() ? y[self] : clears ? T{} : beta * y[self]; };
         if constexpr (corrects) {
             const row<T, I> r = a.next(i);
             const T whole = alpha * dot<masked_row<T>>(r, x, as_stored<conjugates_own<Shape>>{});
@@ -86,12 +87,26 @@ template <tag Shape, class T, class I>
             const std::ptrdiff_t end = a.pntre[i];
             a.ask_ahead(k, end);
             T sum{};
+            auto both = [&](std::ptrdiff_t at, std::ptrdiff_t col) __attribute__((always_inline))
+            {
+                const T v = a.val[at];
+                sum = sum + own<Shape>(v) * x[col];
+                y[col] = y[col] + t * mirrored<Shape>(v);
+            };
+            // Four entries that are inside go without further questions. Not in upper rows, which begin with their
+            // diagonal: what a look behind it costs the short ones, the long ones do not bring in.
+            if constexpr (Shape.lower())
+                for (; end - k > 4; k += 4) {
+                    const places<I, 4> at(a.indx + k);
+                    bool all = true;
+                    simd::unroll<4>([&](auto j) { all = all && inside<true>(at.col[j], self); });
+                    if (!all) break;
+                    simd::unroll<4>([&](auto j) __attribute__((always_inline)) { both(k + j, at.col[j]); });
+                }
             for (; k < end; ++k) {
                 std::ptrdiff_t col = a.indx[k];
                 while (inside<Shape.lower()>(col, self)) { // a sorted row is one such run, and a diagonal
-                    const T v = a.val[k];
-                    sum = sum + own<Shape>(v) * x[col];
-                    y[col] = y[col] + t * mirrored<Shape>(v);
+                    both(k, col);
                     if (++k == end) break;
                     col = a.indx[k];
                 }

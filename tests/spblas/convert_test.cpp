@@ -412,16 +412,19 @@ TYPED_TEST(Convert, Services)
         EXPECT_EQ(ja, (std::vector<I>{4, 9, 9, 1, 5, 5, 7}));
         EXPECT_EQ(a, (std::vector<T>{T(2), T(1), T(3), T(6), T(4), T(5), T(7)})) << "equal columns keep their order";
     }
-    // A long row with columns twice, whose values tell in which order they came.
-    const I long_row[] = {1, 301};
-    std::vector<I> columns(300);
-    std::vector<T> came(300);
-    for (std::size_t k = 0; k < 300; ++k)
-        columns[k] = static_cast<I>(k * 77 % 150), came[k] = T(static_cast<float>(k));
-    sort(&one, &one, long_row, columns.data(), came.data());
-    for (std::size_t k = 0; k < 300; ++k) {
-        EXPECT_EQ(columns[k], static_cast<I>(k / 2));
-        EXPECT_EQ(std::real(came[k]), std::real(came[k - k % 2]) + static_cast<float>(k % 2 * 150));
+    // Long rows with columns twice, whose values tell in which order they came.
+    for (const std::size_t size : {std::size_t{40}, std::size_t{300}, std::size_t{1200}}) {
+        const I long_row[] = {1, static_cast<I>(size + 1)};
+        std::vector<I> columns(size);
+        std::vector<T> came(size);
+        for (std::size_t k = 0; k < size; ++k)
+            columns[k] = static_cast<I>(k * 77 % (size / 2)), came[k] = T(static_cast<float>(k));
+        sort(&one, &one, long_row, columns.data(), came.data());
+        for (std::size_t k = 0; k < size; ++k) {
+            EXPECT_EQ(columns[k], static_cast<I>(k / 2));
+            EXPECT_EQ(std::real(came[k]),
+                      std::real(came[k - k % 2]) + static_cast<float>(k % 2) * static_cast<float>(size / 2));
+        }
     }
     // A range behind row 1 takes zero-based pointers for one-based ones.
     std::vector<I> ia{0, 2, 5}, ja{8, 7, 6, 5, 4};
