@@ -2,53 +2,13 @@
 // The program's own memory services count and refuse.
 
 #include "dft/descriptor/services.hpp"
+#include "tests/dft/memory_services.hpp"
 #include "tests/dft/public_support.hpp"
 
-#include "frame/services.hpp"
-
-#include <atomic>
-#include <cstdlib>
 #include <regex>
 #include <thread>
 
 using namespace vrn::test;
-
-namespace {
-
-std::atomic<long> asked{0}, live{0};
-long refused_number = -1; // counted from 0; -1 none
-
-void* take(std::uint64_t size, std::int32_t alignment)
-{
-    if (asked++ == refused_number) return nullptr;
-    void* block = nullptr;
-    const auto a = static_cast<std::size_t>(alignment < 16 ? 16 : alignment);
-    if (posix_memalign(&block, a, size + 1) != 0) return nullptr;
-    std::memset(block, 0xff, size);
-    ++live;
-    return block;
-}
-void give(void* block)
-{
-    if (block == nullptr) return;
-    --live;
-    std::free(block);
-}
-
-} // namespace
-
-extern "C" {
-void* vrn_serv_allocate(std::uint64_t size, std::int32_t alignment) { return take(size, alignment); }
-void* vrn_serv_malloc(std::uint64_t size, std::int32_t alignment) { return take(size, alignment); }
-void* vrn_serv_calloc(std::uint64_t count, std::uint64_t size, std::int32_t alignment)
-{
-    void* block = take(count * size, alignment);
-    if (block != nullptr) std::memset(block, 0, count * size);
-    return block;
-}
-void vrn_serv_deallocate(void* block) { give(block); }
-void vrn_serv_free(void* block) { give(block); }
-}
 
 namespace {
 
