@@ -137,20 +137,25 @@ TEST_P(PublicThreads, ShareTheWork)
     });
 }
 
-// Without any memory a call does it another way, or says so and writes nothing.
+// Short of memory a call does it another way, or says so and writes nothing.
 TEST_P(PublicMemory, Refused)
 {
     const auto& [format, letter] = GetParam();
     with_type(letter, [&, format = format]<class T>(T) {
         std::mt19937_64 random(8);
-        heap.grants = 0;
+        // None, or all after the first one or two; then of calls that several threads share.
         for (const char* letters : classes)
             for (const char trans : {'N', 'C'})
                 for (const char layout : {'R', 'C'})
-                    for (const char* product : {"mv", "mm", "sv", "sm"}) {
-                        const problem p{format, product, trans, letters, 1, layout, 12, 12, 3, 3};
-                        check<T>(p, pattern<T>(12, 12, 0.4, true, random), {3}, T(2), T(-1), random);
-                    }
+                    for (const char* product : {"mv", "mm", "sv", "sm"})
+                        for (heap.grants = 0; heap.grants < 3; ++heap.grants) {
+                            const problem p{format, product, trans, letters, 1, layout, 12, 12, 3, 3};
+                            check<T>(p, pattern<T>(12, 12, 0.4, true, random), {3}, T(2), T(-1), random);
+                        }
+        const auto large = pattern<T>(192, 192, 0.95, true, random);
+        heap.grants = 0;
+        for (const char* letters : {"G  ", "SLN", "TUN"})
+            check<T>({format, "mv", 'T', letters, 1, ' ', 192, 192, 1, 3}, large, {3}, T(2), T(-1), random);
     });
 }
 

@@ -347,95 +347,121 @@ class walker {
         return oracle::error_units(got, s.exact, s.gauge, s.terms) <= (std::is_floating_point_v<T> ? 1 : 2);
     }
 
-    // op(X) Y, or op(X) + beta Y, into the place of a third; op(X) Y dense besides.
-    template <class I>
-    void combine()
-    {
-        const matrix<T>&x = s_.one_of(pool_), &y = s_.one_of(pool_);
-        const char trans = s_.one_of({'N', 'T'});
-        const bool plain = trans == 'N', product = s_.once_in(2);
-        const std::int64_t rows = plain ? x.m : x.n, inner = plain ? x.n : x.m;
-        if (product ? y.m != inner : y.m != rows || y.n != inner) return;
-        const std::int64_t columns = y.n;
-        const T beta = s_.once_in(3) ? T(1) : random_number<T>(s_.random);
+    struct operation {
+        const matrix<T>&x, &y;
+        char trans;
+        T beta;
+        bool product, two_steps, dense_too;
+        std::int64_t rows, columns;
         sums want;
-        for (const auto& [place, v] : x.at) {
-            const auto i = plain ? place.first : place.second, j = plain ? place.second : place.first;
-            if (!product) add(want[{i, j}], v, T(1));
-            else
-                for (auto e = y.at.lower_bound({j, 0}); e != y.at.end() && e->first.first == j; ++e)
-                    add(want[{i, e->first.second}], v, e->second);
-        }
-        if (!product)
-            for (const auto& [place, v] : y.at) add(want[place], beta, v);
-
-        I request = 0, info = 0, sort = product ? I(1) : I(3), nzmax = static_cast<I>(want.size());
-        const bool two_steps = s_.once_in(2), dense_too = product && s_.once_in(3);
-        s_.tell(product ? "product " : "sum ", trans, ' ', x.as.format, ' ', x.m, " x ", x.n, " and ", y.as.format,
-                ' ', y.m, " x ", y.n, two_steps ? " in two steps" : "", dense_too ? " dense" : "", " width ",
-                8 * sizeof(I), '\n');
+    };
+    // In one integer width: op(X) Y dense first, if that is wanted, then the sparse result. No memory for it: empty.
+    template <class I>
+    csr<T, std::int64_t> combined(const operation& o)
+    {
         csr<T, I> a, b;
-        if (!to_csr(x, 1, a) || !to_csr(y, 1, b)) return;
+        if (!to_csr(o.x, 1, a) || !to_csr(o.y, 1, b)) return {};
         // Stored zeros are entries too: room for as many as there can be.
-        nzmax = static_cast<I>(
-            std::min<std::int64_t>(rows * columns, product ? rows * columns : a.ia.back() + b.ia.back()));
-        const I m = static_cast<I>(x.m), n = static_cast<I>(x.n), k = static_cast<I>(columns);
+        const std::int64_t all = o.rows * o.columns,
+                           most =
+                               o.product
+                                   ? all
+                                   : std::min<std::int64_t>(all, static_cast<std::int64_t>(a.a.size() + b.a.size()));
+        I request = 0, info = 0, sort = o.product ? I(1) : I(3), nzmax = static_cast<I>(most);
+        const I m = static_cast<I>(o.x.m), n = static_cast<I>(o.x.n), k = static_cast<I>(o.columns);
         csr<T, I> c{std::vector<T>(static_cast<std::size_t>(nzmax)), std::vector<I>(static_cast<std::size_t>(nzmax)),
-                    std::vector<I>(static_cast<std::size_t>(rows) + 1)};
+                    std::vector<I>(static_cast<std::size_t>(o.rows) + 1)};
         arguments_by_name by{
-            {"trans", &trans},   {"request", &request}, {"sort", &sort},     {"m", &m},           {"n", &n},
-            {"k", &k},           {"a", a.a.data()},     {"ja", a.ja.data()}, {"ia", a.ia.data()}, {"beta", &beta},
+            {"trans", &o.trans}, {"request", &request}, {"sort", &sort},     {"m", &m},           {"n", &n},
+            {"k", &k},           {"a", a.a.data()},     {"ja", a.ja.data()}, {"ia", a.ia.data()}, {"beta", &o.beta},
             {"b", b.a.data()},   {"jb", b.ja.data()},   {"ib", b.ia.data()}, {"c", c.a.data()},   {"jc", c.ja.data()},
             {"ic", c.ia.data()}, {"nzmax", &nzmax},     {"info", &info}};
-        if (dense_too) {
-            const I ldc = static_cast<I>(rows) + 2;
-            std::vector<T> d(static_cast<std::size_t>(ldc * k), nan_of<T>());
+        if (o.dense_too) {
+            dense<T> d(o.rows, o.columns, false, 2);
+            const dense<T> before = d;
+            const I ldc = static_cast<I>(d.ld);
             arguments_by_name with = by;
             with["c"] = d.data(), with["ldc"] = &ldc;
             call_it<I>("csrmultd", "trans m n k a ja ia b jb ib c ldc", with);
-            if (!gave_up(0))
-                for (I j = 0; j < k; ++j)
-                    for (I i = 0; i < ldc; ++i) {
-                        const T got = d[static_cast<std::size_t>(i + j * ldc)];
-                        if (i >= rows) ASSERT_NE(got, got) << "written outside";
-                        else {
-                            const auto e = want.find({i, j});
-                            ASSERT_TRUE(e == want.end() ? got == T{} : close(e->second, got)) << i << ' ' << j;
-                        }
-                    }
+            if (!gave_up(0)) {
+                EXPECT_TRUE(d.unchanged_outside(before, 0, o.rows, 0, o.columns)) << "written outside";
+                for (std::int64_t i = 0; i < o.rows; ++i)
+                    for (std::int64_t j = 0; j < o.columns; ++j) expect_close(o.want, i, j, d.at(i, j));
+            }
         }
-        const std::string name = product ? "csrmultcsr" : "csradd";
-        const std::string order = product ? "trans request sort m n k a ja ia b jb ib c jc ic nzmax info"
-                                          : "trans request sort m n a ja ia beta b jb ib c jc ic nzmax info";
-        if (two_steps) {
+        const std::string name = o.product ? "csrmultcsr" : "csradd";
+        const std::string order = o.product ? "trans request sort m n k a ja ia b jb ib c jc ic nzmax info"
+                                            : "trans request sort m n a ja ia beta b jb ib c jc ic nzmax info";
+        if (o.two_steps) {
             request = 1;
             call_it<I>(name, order, by);
-            if (gave_up(info)) return;
-            ASSERT_EQ(info, 0);
+            if (gave_up(info)) return {};
+            EXPECT_EQ(info, 0);
             const auto counted = static_cast<std::size_t>(c.ia.back() - 1);
             c.a.assign(counted, nan_of<T>()), c.ja.assign(counted, I{-9}); // exactly
             request = 2, by["c"] = c.a.data(), by["jc"] = c.ja.data();
         }
         call_it<I>(name, order, by);
-        if (gave_up(info)) return;
-        ASSERT_EQ(info, 0);
-        matrix<T> z{rows, columns, {}, {}};
+        if (gave_up(info)) return {};
+        EXPECT_EQ(info, 0);
+        c.a.resize(static_cast<std::size_t>(c.ia.back() - 1)), c.ja.resize(c.a.size());
+        return {c.a, {c.ja.begin(), c.ja.end()}, {c.ia.begin(), c.ia.end()}};
+    }
+    static void expect_close(const sums& want, std::int64_t i, std::int64_t j, T got)
+    {
+        const auto e = want.find({i, j});
+        EXPECT_TRUE(e == want.end() ? got == T{} : close(e->second, got)) << i << ' ' << j;
+    }
+
+    // op(X) Y, or op(X) + beta Y, into the place of a third.
+    void combine()
+    {
+        const matrix<T> x = s_.one_of(pool_), y = s_.one_of(pool_);
+        const char trans = s_.one_of({'N', 'T'});
+        const bool plain = trans == 'N', product = s_.once_in(2);
+        const std::int64_t rows = plain ? x.m : x.n, inner = plain ? x.n : x.m;
+        if (product ? y.m != inner : y.m != rows || y.n != inner) return;
+        operation o{x,
+                    y,
+                    trans,
+                    s_.once_in(3) ? T(1) : random_number<T>(s_.random),
+                    product,
+                    s_.once_in(2),
+                    product && s_.once_in(3),
+                    rows,
+                    y.n,
+                    {}};
+        for (const auto& [place, v] : x.at) {
+            const auto i = plain ? place.first : place.second, j = plain ? place.second : place.first;
+            if (!product) add(o.want[{i, j}], v, T(1));
+            else
+                for (auto e = y.at.lower_bound({j, 0}); e != y.at.end() && e->first.first == j; ++e)
+                    add(o.want[{i, e->first.second}], v, e->second);
+        }
+        if (!product)
+            for (const auto& [place, v] : y.at) add(o.want[place], o.beta, v);
+        s_.tell(product ? "product " : "sum ", trans, ' ', x.as.format, ' ', x.m, " x ", x.n, " and ", y.as.format,
+                ' ', y.m, " x ", y.n, o.two_steps ? " in two steps" : "", o.dense_too ? " dense" : "");
+        const auto random = s_.random;
+        const auto c = combined<std::int64_t>(o);
+        s_.random = random; // the same way for both
+        const auto narrow = combined<std::int32_t>(o);
+        ASSERT_TRUE(c.a == narrow.a && c.ja == narrow.ja && c.ia == narrow.ia) << "widths differ";
+        if (c.ia.empty()) return;
+        matrix<T> z{rows, y.n, {}, {}};
         double most = 0;
         for (std::int64_t i = 0; i < rows; ++i)
-            for (I e = c.ia[static_cast<std::size_t>(i)] - 1; e < c.ia[static_cast<std::size_t>(i) + 1] - 1; ++e) {
+            for (auto e = c.ia[static_cast<std::size_t>(i)] - 1; e < c.ia[static_cast<std::size_t>(i) + 1] - 1; ++e) {
                 const std::int64_t j = c.ja[static_cast<std::size_t>(e)] - 1;
                 const T got = c.a[static_cast<std::size_t>(e)];
                 ASSERT_TRUE(z.at.emplace(std::pair(i, j), got).second) << "twice at " << i << ' ' << j;
-                const auto w = want.find({i, j});
-                ASSERT_TRUE(w == want.end() ? got == T{} : close(w->second, got)) << i << ' ' << j;
+                expect_close(o.want, i, j, got);
                 most = std::max<double>(most, std::abs(got));
             }
-        for (const auto& [place, w] : want) // zeros may have been dropped on the way
+        for (const auto& [place, w] : o.want) // zeros may have been dropped on the way
             ASSERT_TRUE(w.gauge == 0 || z.at.count(place) == 1) << place.first << ' ' << place.second;
         if (!(most < 1e6) || static_cast<std::int64_t>(z.at.size()) > 4000) return;
-        c.a.resize(static_cast<std::size_t>(c.ia.back() - 1)), c.ja.resize(c.a.size());
-        z.as.format = "csr", z.as.val = c.a;
-        z.as.i1.assign(c.ja.begin(), c.ja.end()), z.as.i2.assign(c.ia.begin(), c.ia.end());
+        z.as.format = "csr", z.as.val = c.a, z.as.i1 = c.ja, z.as.i2 = c.ia;
         z.as.i3.assign(z.as.i2.begin() + 1, z.as.i2.end());
         pool_[static_cast<std::size_t>(s_.below(static_cast<std::int64_t>(pool_.size())))] = z;
     }
@@ -496,7 +522,7 @@ class walker {
             break;
         case 4:
         case 5:
-            combine<I>();
+            combine();
             break;
         case 6:
             mistake<I>();
