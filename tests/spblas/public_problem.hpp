@@ -98,10 +98,11 @@ inline bool exists(const problem& p)
     return !(rows_unknown && p.many() && p.by_rows());
 }
 
-// The same number of allocations is granted to every call.
+// The same number of allocations is granted to every call. Without `given` the right-hand sides are in c.
 template <class T, class I>
-dense<T> run(const problem& p, const stored<T, I>& s, T alpha, T beta, const dense<T>& b, dense<T> c)
+dense<T> run(const problem& p, const stored<T, I>& s, T alpha, T beta, const dense<T>* given, dense<T> c)
 {
+    const dense<T>& b = given != nullptr ? *given : c;
     heap.asked = 0;
     const std::int64_t side = p.format[0] == 'b' ? p.lb : 1;
     const I m = I(p.m / side), k = I(p.k / side), n = I(p.n), ldb = I(b.ld), ldc = I(c.ld);
@@ -117,7 +118,7 @@ dense<T> run(const problem& p, const stored<T, I>& s, T alpha, T beta, const den
     return c;
 }
 template <class T, class I>
-dense<T> run(const problem& p, const entries<T>& a, T alpha, T beta, const dense<T>& b, dense<T> c)
+dense<T> run(const problem& p, const entries<T>& a, T alpha, T beta, const dense<T>* b, dense<T> c)
 {
     std::mt19937_64 random(3);
     const stored<T, I> s(p.format, a, p.m, p.k, p.base, p.lb, p.by_rows(), p.letters[1] == 'L', random);
@@ -148,15 +149,23 @@ void check(const problem& p, entries<T> a, std::initializer_list<int> threads, T
     for (const int count : threads) {
         vrn_set_num_threads(count);
         const dense<T> got =
-            given ? run(p, *given, alpha, beta, b, c) : run<T, std::int64_t>(p, a, alpha, beta, b, c);
-        const dense<T> narrow = given ? run(p, stored<T, std::int32_t>(*given), alpha, beta, b, c)
-                                      : run<T, std::int32_t>(p, a, alpha, beta, b, c);
+            given ? run(p, *given, alpha, beta, &b, c) : run<T, std::int64_t>(p, a, alpha, beta, &b, c);
+        const dense<T> narrow = given ? run(p, stored<T, std::int32_t>(*given), alpha, beta, &b, c)
+                                      : run<T, std::int32_t>(p, a, alpha, beta, &b, c);
         if (std::exchange(warnings, 0) > 0) {
             EXPECT_TRUE(got.same_bits(c) && narrow.same_bits(c)) << "gave up, but wrote";
             continue;
         }
         EXPECT_TRUE(got.same_bits(narrow)) << "widths differ on " << count << " threads";
         EXPECT_TRUE(got.unchanged_outside(c, 0, rows, 0, c.cols)) << "written outside";
+        if (p.solve()) {
+            const dense<T> inside =
+                given ? run(p, *given, alpha, beta, {}, b) : run<T, std::int64_t>(p, a, alpha, beta, {}, b);
+            const bool done = std::exchange(warnings, 0) == 0;
+            EXPECT_TRUE(inside.unchanged_outside(b, 0, rows, 0, c.cols)) << "written outside, in place";
+            for (std::int64_t i = 0; i < rows && done; ++i)
+                for (std::int64_t j = 0; j < c.cols; ++j) ASSERT_EQ(inside.at(i, j), got.at(i, j)) << "in place";
+        }
         double worst = 0;
         for (std::int64_t j = 0; j < c.cols; ++j) {
             if (!p.solve()) {

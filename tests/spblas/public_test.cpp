@@ -130,9 +130,9 @@ TEST_P(PublicThreads, ShareTheWork)
             dense<T> b(side, 1, false, 0), c = b;
             b.fill(random);
             vrn_set_num_threads(1);
-            const auto one = run<T, std::int32_t>(p, a, T(1), T{}, b, c);
+            const auto one = run<T, std::int32_t>(p, a, T(1), T{}, &b, c);
             vrn_set_num_threads(3);
-            EXPECT_TRUE(one.same_bits(run<T, std::int32_t>(p, a, T(1), T{}, b, c))) << format << letters;
+            EXPECT_TRUE(one.same_bits(run<T, std::int32_t>(p, a, T(1), T{}, &b, c))) << format << letters;
         }
     });
 }
