@@ -15,7 +15,11 @@
 #include <string>
 #include <unistd.h>
 
-extern "C" [[gnu::weak]] void __sanitizer_set_death_callback(void (*)(void));
+extern "C" {
+[[gnu::weak]] void __sanitizer_set_death_callback(void (*)(void));
+// The undefined-behaviour sanitizer calls nothing back, but its abort can be caught.
+[[gnu::weak]] const char* __ubsan_default_options() { return "abort_on_error=1:print_stacktrace=1"; }
+}
 
 namespace vrn::test {
 
@@ -29,10 +33,11 @@ class sequence {
     explicit sequence(std::uint64_t seed) : random(seed)
     {
         told_ = "\nVRN_SEQUENCES=1 VRN_SEQUENCE_SEED=" + std::to_string(seed) + "\n";
+        const auto tell_and_die = [](int caught) { print(), std::signal(caught, SIG_DFL), std::raise(caught); };
+        std::signal(SIGABRT, tell_and_die);
         if (__sanitizer_set_death_callback != nullptr) __sanitizer_set_death_callback(print);
         else
-            for (const int s : {SIGSEGV, SIGABRT, SIGFPE, SIGILL})
-                std::signal(s, [](int caught) { print(), std::signal(caught, SIG_DFL), std::raise(caught); });
+            for (const int s : {SIGSEGV, SIGFPE, SIGILL}) std::signal(s, tell_and_die);
     }
     template <class... Words>
     void tell(const Words&... words)
