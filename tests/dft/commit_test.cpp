@@ -2,53 +2,13 @@
 // The program's own memory services count and refuse.
 
 #include "dft/descriptor/services.hpp"
+#include "tests/dft/memory_services.hpp"
 #include "tests/dft/public_support.hpp"
 
-#include "frame/services.hpp"
-
-#include <atomic>
-#include <cstdlib>
 #include <regex>
 #include <thread>
 
 using namespace vrn::test;
-
-namespace {
-
-std::atomic<long> asked{0}, live{0};
-long refused_number = -1; // counted from 0; -1 none
-
-void* take(std::uint64_t size, std::int32_t alignment)
-{
-    if (asked++ == refused_number) return nullptr;
-    void* block = nullptr;
-    const auto a = static_cast<std::size_t>(alignment < 16 ? 16 : alignment);
-    if (posix_memalign(&block, a, size + 1) != 0) return nullptr;
-    std::memset(block, 0xff, size);
-    ++live;
-    return block;
-}
-void give(void* block)
-{
-    if (block == nullptr) return;
-    --live;
-    std::free(block);
-}
-
-} // namespace
-
-extern "C" {
-void* vrn_serv_allocate(std::uint64_t size, std::int32_t alignment) { return take(size, alignment); }
-void* vrn_serv_malloc(std::uint64_t size, std::int32_t alignment) { return take(size, alignment); }
-void* vrn_serv_calloc(std::uint64_t count, std::uint64_t size, std::int32_t alignment)
-{
-    void* block = take(count * size, alignment);
-    if (block != nullptr) std::memset(block, 0, count * size);
-    return block;
-}
-void vrn_serv_deallocate(void* block) { give(block); }
-void vrn_serv_free(void* block) { give(block); }
-}
 
 namespace {
 
@@ -292,28 +252,136 @@ TEST(DftCommit, ShortComputesDoNotAllocate)
         }
 }
 
+// Whatever the plan keeps is read only: each thread gets the bits that one alone gets, both ways.
 TEST(DftCommit, ThreadsComputeWithOneDescriptor)
 {
-    vrn_dft_handle h = nullptr;
-    const std::int64_t n[] = {60, 50};
-    ASSERT_EQ(vrn_dft_create(&h, VRN_DFT_DOUBLE, VRN_DFT_COMPLEX, 2, n), 0);
-    ASSERT_EQ(vrn_dft_commit(h), 0);
-    std::vector<double> x(6000), expected;
-    for (std::size_t i = 0; i < x.size(); ++i) x[i] = static_cast<double>(i % 13);
-    expected = x;
-    vrn_dft_forward(h, expected.data(), nullptr);
-    std::atomic<int> wrong{0};
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t)
-        threads.emplace_back([&] {
-            for (int i = 0; i < 50; ++i) {
-                auto y = x;
-                if (vrn_dft_forward(h, y.data(), nullptr) != 0 || y != expected) ++wrong;
+    const transform cases[] = {
+        {.what = "planes", .lengths = {60, 50}},
+        {.what = "table", .lengths = {128}},
+        {.what = "chirp", .lengths = {1009}},
+        {.what = "long", .lengths = {8192}, .placement = apart},
+        {.what = "strided",
+         .lengths = {60},
+         .count = 9,
+         .time = {0, 9},
+         .frequency = {0, 9},
+         .time_distance = 1,
+         .frequency_distance = 1},
+        {.what = "split", .lengths = {12, 20, 6}, .storage = VRN_DFT_SPLIT},
+        {.what = "cube", .lengths = {8, 8, 8}},
+        {.what = "slab over threads", .lengths = {20, 18, 10}, .placement = apart, .threads = 2},
+        {.what = "batch over threads", .lengths = {256}, .count = 64, .threads = 2},
+        {.what = "real", .lengths = {1000}, .domain = real, .placement = apart},
+        {.what = "real planes", .lengths = {30, 21}, .domain = real, .spectrum = complex_values},
+    };
+    for (const auto& given : cases) {
+        const transform t = laid_out(given);
+        SCOPED_TRACE(t.what);
+        vrn_dft_handle h = configured(t, VRN_DFT_DOUBLE, true);
+        ASSERT_EQ(vrn_dft_commit(h), 0);
+        using arrays = std::vector<std::vector<double>>;
+        const arrays x(4, [&] {
+            std::vector<double> values(static_cast<std::size_t>(4 * t.total() * t.count + 64));
+            for (std::size_t i = 0; i < values.size(); ++i) values[i] = static_cast<double>(i % 13);
+            return values;
+        }());
+        const auto run = [&](arrays& y, bool forward) {
+            void* const p[] = {y[0].data(), y[1].data(), y[2].data(), y[3].data()};
+            if (t.split())
+                return (forward ? vrn_dft_forward_split : vrn_dft_backward_split)(h, p[0], p[1], p[2], p[3]);
+            return (forward ? vrn_dft_forward : vrn_dft_backward)(h, p[0], p[1]);
+        };
+        // The other way of planes whose sides differ is another configuration.
+        const bool both_ways = !t.real() || t.rank() == 1;
+        arrays expected[2] = {x, x};
+        for (const bool forward : {true, false})
+            if (forward || both_ways) {
+                ASSERT_EQ(run(expected[forward], forward), 0);
             }
-        });
-    for (auto& t : threads) t.join();
-    EXPECT_EQ(wrong, 0);
-    vrn_dft_free(&h);
+        std::atomic<int> wrong{0};
+        std::vector<std::thread> threads;
+        for (int number = 0; number < 4; ++number)
+            threads.emplace_back([&, number] {
+                for (int i = 0; i < 12; ++i) {
+                    const bool forward = !both_ways || (number + i) % 2 == 0;
+                    arrays y = x;
+                    if (run(y, forward) != 0 || y != expected[forward]) ++wrong;
+                }
+            });
+        for (auto& each : threads) each.join();
+        EXPECT_EQ(wrong, 0);
+        vrn_dft_free(&h);
+    }
+}
+
+// What is set is what is got, in a clone too; what cannot be set says so and stays.
+TEST(DftCommit, ParametersByNumber)
+{
+    vrn_dft_handle h = nullptr, copy = nullptr;
+    const std::int64_t n[] = {6, 5};
+    ASSERT_EQ(vrn_dft_create(&h, VRN_DFT_SINGLE, VRN_DFT_REAL, 2, n), 0);
+    struct parameter {
+        int key;
+        std::int64_t first, set; // what it is at first, and another value; the same: read only
+    };
+    const parameter integers[] = {{VRN_DFT_PRECISION, VRN_DFT_SINGLE, VRN_DFT_SINGLE},
+                                  {VRN_DFT_DOMAIN, VRN_DFT_REAL, VRN_DFT_REAL},
+                                  {VRN_DFT_RANK, 2, 2},
+                                  {VRN_DFT_COMMIT_STATUS, VRN_DFT_UNCOMMITTED, VRN_DFT_UNCOMMITTED},
+                                  {VRN_DFT_TRANSFORMS, 1, 3},
+                                  {VRN_DFT_COMPLEX_STORAGE, VRN_DFT_COMPLEX_VALUES, VRN_DFT_SPLIT},
+                                  {VRN_DFT_SPECTRUM_STORAGE, VRN_DFT_PACKED, VRN_DFT_COMPLEX_VALUES},
+                                  {VRN_DFT_PLACEMENT, VRN_DFT_IN_PLACE, VRN_DFT_NOT_IN_PLACE},
+                                  {VRN_DFT_INPUT_DISTANCE, 0, 40},
+                                  {VRN_DFT_OUTPUT_DISTANCE, 0, 60},
+                                  {VRN_DFT_ORDERING, VRN_DFT_ORDERED, VRN_DFT_SCRAMBLED},
+                                  {VRN_DFT_WORKSPACE, VRN_DFT_WORKSPACE_DEFAULT, VRN_DFT_WORKSPACE_2D},
+                                  {VRN_DFT_PACKED_FORMAT, VRN_DFT_CCS, VRN_DFT_PERM},
+                                  {VRN_DFT_OPTION_1, 0, 11},
+                                  {VRN_DFT_OPTION_2, 0, 12},
+                                  {VRN_DFT_OPTION_3, 0, 13},
+                                  {VRN_DFT_THREADS, 0, 2},
+                                  {VRN_DFT_USER_THREADS, 1, 4}};
+    for (const parameter& p : integers) {
+        std::int64_t got = -77;
+        EXPECT_EQ(vrn_dft_get_int(h, p.key, &got), 0) << p.key;
+        EXPECT_EQ(got, p.first) << p.key;
+        EXPECT_EQ(vrn_dft_set_int(h, p.key, p.set) == 0, p.first != p.set) << p.key;
+    }
+    const std::int64_t strides[] = {2, 3, 40};
+    for (const int key : {VRN_DFT_INPUT_STRIDES, VRN_DFT_OUTPUT_STRIDES})
+        EXPECT_EQ(vrn_dft_set_ints(h, key, strides, 3), 0);
+    for (const int key : {VRN_DFT_FORWARD_SCALE, VRN_DFT_BACKWARD_SCALE})
+        EXPECT_EQ(vrn_dft_set_double(h, key, 0.1 * key), 0);
+    EXPECT_EQ(vrn_dft_set_name(h, "a name too long", 15), 0);
+    EXPECT_NE(vrn_dft_set_ints(h, VRN_DFT_LENGTHS, n, 2), 0);
+    ASSERT_EQ(vrn_dft_clone(h, &copy), 0);
+    for (const vrn_dft_handle each : {h, copy}) {
+        for (const parameter& p : integers) {
+            std::int64_t got = -77;
+            EXPECT_EQ(vrn_dft_get_int(each, p.key, &got), 0);
+            // A clone takes over the third of the program's own numbers alone.
+            const bool left = each == copy && (p.key == VRN_DFT_OPTION_1 || p.key == VRN_DFT_OPTION_2);
+            EXPECT_EQ(got, left ? p.first : p.set) << p.key << (each == copy ? " cloned" : "");
+        }
+        std::int64_t list[3] = {};
+        for (const int key : {VRN_DFT_INPUT_STRIDES, VRN_DFT_OUTPUT_STRIDES}) {
+            EXPECT_EQ(vrn_dft_get_ints(each, key, list, 3), 0);
+            EXPECT_TRUE(std::equal(list, list + 3, strides)) << key;
+        }
+        EXPECT_EQ(vrn_dft_get_ints(each, VRN_DFT_LENGTHS, list, 2), 0);
+        EXPECT_TRUE(std::equal(list, list + 2, n));
+        for (const int key : {VRN_DFT_FORWARD_SCALE, VRN_DFT_BACKWARD_SCALE}) {
+            double scale = 0;
+            EXPECT_EQ(vrn_dft_get_double(each, key, &scale), 0);
+            EXPECT_EQ(scale, 0.1 * key);
+        }
+    }
+    char name[12] = {};
+    EXPECT_EQ(vrn_dft_get_name(h, name, 10), 0);
+    EXPECT_EQ(std::string(name, 10), "a name too");
+    EXPECT_NE(vrn_dft_get_int(h, 99, nullptr), 0);
+    vrn_dft_free(&h), vrn_dft_free(&copy);
 }
 
 // The two spellings that other families import.

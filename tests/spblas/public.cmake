@@ -1,6 +1,6 @@
-# The public sparse BLAS: products and solves, conversions and sums, and that no kernel is out of reach.
+# The public sparse BLAS: products and solves, conversions and sums, random sequences of them, and that no kernel is out of reach.
 
-foreach(name public public_products)
+foreach(name public public_products sequences)
     vrn_test(sparse_${name}_test ${name}_test.cpp)
     add_dependencies(sparse_${name}_test vrn_spblas_stems vrn_spblas_generated)
 endforeach()

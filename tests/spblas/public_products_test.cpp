@@ -2,6 +2,7 @@
 // sparse BLAS. Values are small whole numbers, so that every order of summation gives the same ones.
 
 #include "tests/spblas/public_support.hpp"
+#include "tests/support/process.hpp"
 
 namespace {
 
@@ -327,8 +328,19 @@ TYPED_TEST(PublicPairs, Conversions)
               dlsym(RTLD_DEFAULT, (prefix_of<I>() + t + "csrbsr").c_str()));
 }
 
+// The environment is read once a process: the program runs itself, and each child asks.
 TEST(PublicSparse, AskTheEnvironmentAndGiveMemory)
 {
+    if (std::getenv("VRN_TEST_PRINT_CHECKING") != nullptr) {
+        std::fprintf(stderr, "checking %d\n", vrn_spblas_get_checking());
+        return;
+    }
+    for (const auto& [text, told] :
+         {std::pair{static_cast<const char*>(nullptr), 0}, {"", 0}, {"0", 0}, {"1", 1}, {"yes", 1}})
+        EXPECT_EQ(run_program({"/proc/self/exe", "--gtest_filter=PublicSparse.AskTheEnvironmentAndGiveMemory"},
+                              {{"VRN_SPBLAS_CHECK", text}, {"VRN_TEST_PRINT_CHECKING", "1"}})
+                      .err,
+                  "checking " + std::to_string(told) + "\n");
     vrn_spblas_set_checking(5);
     EXPECT_EQ(vrn_spblas_get_checking(), 1);
     vrn_spblas_set_checking(0);

@@ -17,6 +17,14 @@ struct stored {
     std::map<std::string, I> numbers;
     std::string format;
 
+    stored() = default;
+    // In the other integer width.
+    template <class J>
+    explicit stored(const stored<T, J>& s)
+        : val(s.val), i1(s.i1.begin(), s.i1.end()), i2(s.i2.begin(), s.i2.end()), i3(s.i3.begin(), s.i3.end()),
+          numbers(s.numbers.begin(), s.numbers.end()), format(s.format)
+    {
+    }
     stored(const std::string& f, std::vector<oracle::entry<T>> e, std::int64_t m, std::int64_t k, int base,
            std::int64_t lb, bool by_rows, bool lower, std::mt19937_64& random)
         : format(f)

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <limits>
 #include <map>
+#include <mutex>
 #include <random>
 
 namespace vrn::test {
@@ -146,6 +147,7 @@ struct counting_heap {
     std::int32_t alignment = 0;
 };
 inline counting_heap heap;
+inline std::mutex heap_access; // threads of the host allocate too
 
 // Tests of one format: one for each product and type.
 struct SparseKernels : testing::TestWithParam<group> {
@@ -166,6 +168,7 @@ inline std::vector<group> groups(std::initializer_list<const char*> products)
 extern "C" void* vrn_serv_allocate(std::uint64_t size, std::int32_t alignment)
 {
     using vrn::test::heap;
+    const std::lock_guard hold(vrn::test::heap_access);
     heap.size = size, heap.alignment = alignment;
     if (heap.asked++ >= heap.grants) return nullptr;
     ++heap.live;
@@ -175,6 +178,7 @@ extern "C" void* vrn_serv_allocate(std::uint64_t size, std::int32_t alignment)
 }
 extern "C" void vrn_serv_deallocate(void* block)
 {
+    const std::lock_guard hold(vrn::test::heap_access);
     if (block != nullptr) --vrn::test::heap.live;
     std::free(block);
 }
