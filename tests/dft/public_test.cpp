@@ -273,6 +273,56 @@ TEST(Dft, RealRanks)
                 .frequency = {1, 2, 9, 40}});
 }
 
+// Shares of threads begin and end at odd rows and columns too.
+template <class R>
+void expect_bits_of_one_thread(transform t)
+{
+    t = laid_out(t);
+    SCOPED_TRACE(t.what + (sizeof(R) == 8 ? " double" : " single"));
+    const auto reals = static_cast<std::size_t>(4 * t.total() * t.count);
+    std::mt19937 random(11);
+    std::vector<R> x(reals), first;
+    for (R& v : x) v = static_cast<R>(random()) / R(4e9);
+    for (const int threads : {1, 2, 3}) {
+        t.threads = threads;
+        vrn_dft_handle h = configured(t, sizeof(R) == 8 ? VRN_DFT_DOUBLE : VRN_DFT_SINGLE, true);
+        ASSERT_EQ(vrn_dft_commit(h), 0);
+        std::vector<R> in = x, out(reals);
+        EXPECT_EQ(vrn_dft_forward(h, in.data(), out.data()), 0);
+        const auto& result = t.placement == inside ? in : out;
+        if (threads == 1) first = result;
+        EXPECT_EQ(std::memcmp(result.data(), first.data(), reals * sizeof(R)), 0) << threads << " threads";
+        vrn_dft_free(&h);
+    }
+}
+
+TEST(Dft, ThreadsChangeNoBit)
+{
+    for (const int placement : {inside, apart})
+        for (const std::int64_t n : {3, 8, 12, 16, 60, 64, 97, 256})
+            for (const std::int64_t count : {1001, 1024}) {
+                transform t{
+                    .what = "rows " + text({n, count}), .lengths = {n}, .count = count, .placement = placement};
+                expect_bits_of_one_thread<double>(t);
+                expect_bits_of_one_thread<float>(t);
+                t.what = "columns " + text({n, count});
+                t.time = t.frequency = {0, count};
+                t.time_distance = t.frequency_distance = 1;
+                expect_bits_of_one_thread<double>(t);
+                expect_bits_of_one_thread<float>(t);
+                t = {.what = "plane " + text({n, count}), .lengths = {n, count}, .placement = placement};
+                expect_bits_of_one_thread<double>(t);
+                expect_bits_of_one_thread<float>(t);
+                t = {.what = "real plane " + text({count, n}),
+                     .lengths = {count, n},
+                     .domain = real,
+                     .placement = placement,
+                     .spectrum = complex_values};
+                expect_bits_of_one_thread<double>(t);
+                expect_bits_of_one_thread<float>(t);
+            }
+}
+
 TEST(Dft, LongLines)
 {
     for (const int workspace : {VRN_DFT_WORKSPACE_DEFAULT, VRN_DFT_WORKSPACE_2D})
