@@ -39,6 +39,8 @@ struct factored_record {
         rows = columns = nullptr;
     }
     std::int64_t half() const { return m2 / 2 + 1; }
+    // From row to row of S: a line more than a row, or those of a power of 2 would meet in one set of the caches.
+    std::int64_t step() const { return m1 + 64 / static_cast<std::int64_t>(sizeof(cplx<R>)); }
 };
 
 struct factors {
@@ -94,7 +96,6 @@ inline std::int64_t place_of(std::int32_t layout, std::int64_t n, std::int64_t k
 template <class R>
 void store_value(R* out, std::int32_t layout, std::int64_t n, std::int64_t k, cplx<R> v)
 {
-    if (2 * k > n) k = n - k, v = simd::conj(v);
     R* p = out + place_of(layout, n, k);
     p[0] = v.re;
     const bool whole = k != 0 && 2 * k != n;
@@ -123,43 +124,66 @@ dft_status real_pass(const factored_record<R>& r, const R* in, R* out, cplx<R>* 
         const std::int64_t width = std::min(at_once, last - j);
         auto* spectra = reinterpret_cast<cplx<R>*>(block);
         if (Forward) gather(r.m2, width, in + j, r.m1, 1, block, step);
-        else gather(r.half(), width, static_cast<const cplx<R>*>(s + j), 2 * r.m1, 2, spectra, step / 2);
+        else gather(r.half(), width, static_cast<const cplx<R>*>(s + j), 2 * r.step(), 2, spectra, step / 2);
         for (std::int64_t w = 0; w < width; ++w) {
             R* line = block + w * step;
             const auto status = engine<R>::template ccs<Forward>(line, line, r.rows, own);
             if (status != kpr_ok) return dft_status_of(status);
-            if (!Forward) {
-                scale_reals(line, r.m2, scale);
-                continue;
-            }
-            auto* z = reinterpret_cast<cplx<R>*>(line);
-            for (std::int64_t k = 0; k < r.half(); ++k) z[k] = z[k] * r.twiddles[k * r.m1 + j + w];
+            if (!Forward) scale_reals(line, r.m2, scale);
         }
-        if (Forward) scatter(r.half(), width, static_cast<const cplx<R>*>(spectra), step / 2, s + j, 2 * r.m1, 2);
+        if (Forward) scatter(r.half(), width, static_cast<const cplx<R>*>(spectra), step / 2, s + j, 2 * r.step(), 2);
         else scatter(r.m2, width, static_cast<const R*>(block), step, out + j, r.m1, 1);
     }
     return ok;
 }
 
+// Rows of S that are neither the first nor the middle one, to the spectrum or from it: neighbours in S are neighbours
+// there, up to one half of k1 as they stand, behind it mirrored. f(value, where, sign of the imaginary part).
+template <class R, class F>
+void over_places(const factored_record<R>& r, cplx<R>* rows, std::int64_t k2, std::int64_t count, R* spectrum, F&& f)
+{
+    for (std::int64_t k1 = 0; k1 < r.m1; ++k1) {
+        const bool mirrored = 2 * k1 >= r.m1;
+        const std::int64_t k = k2 + r.m2 * k1, step = mirrored ? -2 : 2;
+        R* to = spectrum + 2 * (mirrored ? r.length - k : k);
+        for (std::int64_t i = 0; i < count; ++i, to += step) f(rows[i * r.step() + k1], to, mirrored ? R{-1} : R{1});
+    }
+}
+
+// A few rows at a time, so that lines of the spectrum are touched whole.
 template <class R, bool Forward>
 dft_status complex_pass(const factored_record<R>& r, const R* in, R* out, cplx<R>* s, std::int32_t layout,
                         std::int64_t first, std::int64_t last, std::byte* work, R scale)
 {
-    for (std::int64_t k2 = first; k2 < last; ++k2) {
-        cplx<R>* row = s + k2 * r.m1;
-        if (!Forward)
-            for (std::int64_t k1 = 0; k1 < r.m1; ++k1) row[k1] = load_value(in, layout, r.length, k2 + r.m2 * k1);
-        const auto status = engine<R>::template complex<Forward>(&row->re, &row->re, r.columns, work);
-        if (status != kpr_ok) return dft_status_of(status);
-        if (Forward)
-            for (std::int64_t k1 = 0; k1 < r.m1; ++k1) {
-                const std::int64_t k = k2 + r.m2 * k1;
-                // The first and the middle row hold their mirror images themselves.
-                if ((k2 == 0 || 2 * k2 == r.m2) && 2 * k > r.length) continue;
-                store_value(out, layout, r.length, k, scale * row[k1]);
-            }
-        else
-            for (std::int64_t j = 0; j < r.m1; ++j) row[j] = row[j] * simd::conj(r.twiddles[k2 * r.m1 + j]);
+    const std::int64_t middle = r.m2 / 2;
+    for (std::int64_t k2 = first, count; k2 < last; k2 += count) {
+        const bool alone = k2 == 0 || k2 == middle; // holds its mirror images itself
+        count = alone ? 1 : std::min({at_once, last - k2, middle - k2});
+        cplx<R>* rows = s + k2 * r.step();
+        if (!Forward && alone)
+            for (std::int64_t k1 = 0; k1 < r.m1; ++k1) rows[k1] = load_value(in, layout, r.length, k2 + r.m2 * k1);
+        if (!Forward && !alone)
+            over_places(r, rows, k2, count, const_cast<R*>(in), [](cplx<R>& v, const R* p, R sign) {
+                v = {p[0], sign * p[1]};
+            });
+        for (std::int64_t i = 0; i < count; ++i) {
+            cplx<R>* row = rows + i * r.step();
+            const cplx<R>* twiddles = r.twiddles + (k2 + i) * r.m1;
+            if (Forward)
+                for (std::int64_t j = 0; j < r.m1; ++j) row[j] = row[j] * twiddles[j];
+            const auto status = engine<R>::template complex<Forward>(&row->re, &row->re, r.columns, work);
+            if (status != kpr_ok) return dft_status_of(status);
+            if (!Forward)
+                for (std::int64_t j = 0; j < r.m1; ++j) row[j] = row[j] * simd::conj(twiddles[j]);
+        }
+        if (Forward && alone)
+            for (std::int64_t k1 = 0; k1 < r.m1; ++k1)
+                if (const std::int64_t k = k2 + r.m2 * k1; 2 * k <= r.length)
+                    store_value(out, layout, r.length, k, scale * rows[k1]);
+        if (Forward && !alone)
+            over_places(r, rows, k2, count, out, [scale](const cplx<R>& v, R* p, R sign) {
+                p[0] = scale * v.re, p[1] = sign * (scale * v.im);
+            });
     }
     return ok;
 }
@@ -176,7 +200,7 @@ dft_status compute_factored(descriptor* d, void* in, void* out)
     const R scale = used_scale<R, Forward>(d);
     const std::int64_t threads = std::max<std::int64_t>(1, d->thread_count);
     const std::int64_t each = (at_once * (r.m2 + 2) * static_cast<std::int64_t>(sizeof(R)) + r.work + 127) / 64 * 64;
-    const std::int64_t matrix = r.m1 * r.half() * static_cast<std::int64_t>(sizeof(cplx<R>)) / 64 * 64 + 64;
+    const std::int64_t matrix = r.step() * r.half() * static_cast<std::int64_t>(sizeof(cplx<R>)) / 64 * 64 + 64;
     const buffer block(static_cast<std::uint64_t>(matrix + threads * each), 4096);
     if (!block) return no_memory;
     auto* s = block.as<cplx<R>>();

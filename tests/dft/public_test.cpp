@@ -368,7 +368,7 @@ TEST(Dft, LongLines)
 // Factored over two threads beside the plain plan of one, and back.
 TEST(Dft, LongRealLines)
 {
-    for (const std::int64_t n : {16384, 9 * 25 * 8 * 10, 2 * 11003})
+    for (const std::int64_t n : {16384, 9 * 25 * 8 * 10, 9 * 25 * 2 * 37, 2 * 11003})
         for (const int format : {VRN_DFT_CCS, VRN_DFT_PERM})
             for (const int placement : {inside, apart}) {
                 std::vector<float> given(static_cast<std::size_t>(n) + 2), spectra[2], back;
