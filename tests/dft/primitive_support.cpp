@@ -11,7 +11,12 @@ std::int32_t vrn::test::few_ways = 0;
 using vrn::test::heap;
 
 // Blocks that were given back wait a while, so that a second free of a plan meets what the first one left of it.
-static std::deque<void*> given_back;
+static struct waiting : std::deque<void*> {
+    ~waiting()
+    {
+        for (void* block : *this) std::free(block);
+    }
+} given_back;
 
 extern "C" std::int32_t vrn_serv_cpuisbulldozer() { return vrn::test::few_ways; }
 extern "C" void* vrn_dft_kprMalloc(std::int64_t size)
