@@ -96,7 +96,7 @@ struct sorted_diagonals {
     bool good;
 
     sorted_diagonals(const dia_view<T, I>& a, I m, const description& d)
-        : val(a.val), lval(*a.lval), first(0), last(0), main(0), good(false), count_(*a.ndiag),
+        : val(a.val), lval(*a.lval), first(1), last(0), main(0), good(false), count_(*a.ndiag),
           offsets_(count_ + std::int64_t{1}),
           values_(std::is_sorted(a.idiag, a.idiag + count_) ? 0 : std::int64_t{count_} * m)
     {
@@ -113,7 +113,7 @@ struct sorted_diagonals {
             }
             val = values_.get(), lval = m;
         }
-        I full_first = 0, full_last = 0, flag = 0;
+        I full_first = 1, full_last = 0, flag = 0;
         const auto find = d.lower() ? d.unit() ? kernels<T, I>::find_diag_par_lu() : kernels<T, I>::find_diag_par_ln()
                           : d.unit() ? kernels<T, I>::find_diag_par_uu()
                                      : kernels<T, I>::find_diag_par_un();
