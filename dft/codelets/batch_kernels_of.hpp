@@ -186,7 +186,7 @@ constexpr std::array<passes<R>, sizeof...(N)> ways_of(std::integer_sequence<int,
 constexpr auto short_ways = ways_of(std::make_integer_sequence<int, 65>{});
 
 // Rows this far apart are in another page each: what fetches lines ahead by itself stops at a page's end.
-inline constexpr std::int64_t far_apart = 2048;
+inline constexpr std::int64_t pages_apart = 2048;
 void ask_for(const R* p, std::int64_t rows, std::int64_t step, std::int64_t columns)
 {
     for (std::int64_t j = 0; j < rows; ++j, p += step)
@@ -226,7 +226,7 @@ void run_block(const passes<R>& p, const pass_pair<R>& k, bool forward, const R*
     alignas(64) R aside[longest_base * 2 * widest_aside];
     const std::int64_t row = 2 * columns;
     const auto far = [](std::int64_t s) {
-        return (s < 0 ? -s : s) * static_cast<std::int64_t>(sizeof(R)) >= far_apart;
+        return (s < 0 ? -s : s) * static_cast<std::int64_t>(sizeof(R)) >= pages_apart;
     };
     const bool far_in = far(in_stride), far_out = far(stride);
     const bool copied_in = crowded(n1, n2 * in_stride), copied_out = crowded(n2, n1 * stride);

@@ -139,13 +139,13 @@ dft_status real_pass(const factored_record<R>& r, const R* in, R* out, cplx<R>* 
 
 // Rows of S that are neither the first nor the middle one, to the spectrum or from it: neighbours in S are neighbours
 // there, up to one half of k1 as they stand, behind it mirrored. f(value, where, sign of the imaginary part).
-template <class R, class F>
-void over_places(const factored_record<R>& r, cplx<R>* rows, std::int64_t k2, std::int64_t count, R* spectrum, F&& f)
+template <class R, class P, class F>
+void over_places(const factored_record<R>& r, cplx<R>* rows, std::int64_t k2, std::int64_t count, P* spectrum, F&& f)
 {
     for (std::int64_t k1 = 0; k1 < r.m1; ++k1) {
         const bool mirrored = 2 * k1 >= r.m1;
         const std::int64_t k = k2 + r.m2 * k1, step = mirrored ? -2 : 2;
-        R* to = spectrum + 2 * (mirrored ? r.length - k : k);
+        P* to = spectrum + 2 * (mirrored ? r.length - k : k);
         for (std::int64_t i = 0; i < count; ++i, to += step) f(rows[i * r.step() + k1], to, mirrored ? R{-1} : R{1});
     }
 }
@@ -163,9 +163,7 @@ dft_status complex_pass(const factored_record<R>& r, const R* in, R* out, cplx<R
         if (!Forward && alone)
             for (std::int64_t k1 = 0; k1 < r.m1; ++k1) rows[k1] = load_value(in, layout, r.length, k2 + r.m2 * k1);
         if (!Forward && !alone)
-            over_places(r, rows, k2, count, const_cast<R*>(in), [](cplx<R>& v, const R* p, R sign) {
-                v = {p[0], sign * p[1]};
-            });
+            over_places(r, rows, k2, count, in, [](cplx<R>& v, const R* p, R sign) { v = {p[0], sign * p[1]}; });
         for (std::int64_t i = 0; i < count; ++i) {
             cplx<R>* row = rows + i * r.step();
             const cplx<R>* twiddles = r.twiddles + (k2 + i) * r.m1;

@@ -14,6 +14,19 @@ namespace {
 
 constexpr int complex_values = VRN_DFT_COMPLEX_VALUES, apart = VRN_DFT_NOT_IN_PLACE, real = VRN_DFT_REAL;
 
+// Transforms of n values whose elements alternate.
+transform columns(std::int64_t n, std::int64_t count, int placement = VRN_DFT_IN_PLACE)
+{
+    return {.what = "columns",
+            .lengths = {n},
+            .count = count,
+            .placement = placement,
+            .time = {0, count},
+            .frequency = {0, count},
+            .time_distance = 1,
+            .frequency_distance = 1};
+}
+
 std::string plan_of(const transform& given)
 {
     const transform t = laid_out(given);
@@ -146,13 +159,7 @@ TEST(DftCommit, EveryRefusedAllocationLeavesThingsClean)
 {
     const transform cases[] = {
         {.what = "small", .lengths = {60}},
-        {.what = "strided",
-         .lengths = {60},
-         .count = 9,
-         .time = {0, 9},
-         .frequency = {0, 9},
-         .time_distance = 1,
-         .frequency_distance = 1},
+        columns(60, 9),
         {.what = "chirp inside", .lengths = {1009}},
         {.what = "planes", .lengths = {12, 20, 6}, .forward = 2},
         {.what = "planes apart", .lengths = {12, 20, 6}, .placement = apart, .forward = 2, .threads = 2},
@@ -228,14 +235,7 @@ TEST(DftCommit, ShortComputesDoNotAllocate)
         {.what = "real square", .lengths = {32, 32}, .domain = real, .placement = apart, .spectrum = complex_values},
         {.what = "real cube", .lengths = {8, 8, 8}, .domain = real, .placement = apart, .spectrum = complex_values},
         {.what = "rows", .lengths = {12}, .count = 20},
-        {.what = "columns",
-         .lengths = {64},
-         .count = 20,
-         .placement = apart,
-         .time = {0, 20},
-         .frequency = {0, 20},
-         .time_distance = 1,
-         .frequency_distance = 1},
+        columns(64, 20, apart),
     };
     for (const auto& given : cases)
         for (const int precision : {VRN_DFT_DOUBLE, VRN_DFT_SINGLE}) {
@@ -260,13 +260,7 @@ TEST(DftCommit, ThreadsComputeWithOneDescriptor)
         {.what = "table", .lengths = {128}},
         {.what = "chirp", .lengths = {1009}},
         {.what = "long", .lengths = {8192}, .placement = apart},
-        {.what = "strided",
-         .lengths = {60},
-         .count = 9,
-         .time = {0, 9},
-         .frequency = {0, 9},
-         .time_distance = 1,
-         .frequency_distance = 1},
+        columns(60, 9),
         {.what = "split", .lengths = {12, 20, 6}, .storage = VRN_DFT_SPLIT},
         {.what = "cube", .lengths = {8, 8, 8}},
         {.what = "slab over threads", .lengths = {20, 18, 10}, .placement = apart, .threads = 2},
